@@ -1,0 +1,58 @@
+# Everything starts here. On a fresh Debian machine:
+#   make run    installs what is missing, builds, runs the main job
+#   make test   installs what is missing, builds both configurations, runs every test
+# Also: make build, make install [PREFIX=/usr/local], make deps.
+
+BUILD      ?= build
+ASAN_BUILD ?= build-asan
+PREFIX     ?= /usr/local
+JOBS       ?= $(shell nproc)
+CMAKE_GEN  := -G Ninja
+
+.PHONY: all deps build build-asan run test test-normal test-asan install clean
+
+all: build
+
+deps:
+	@scripts/install-deps.sh
+
+$(BUILD)/build.ninja:
+	cmake -S . -B $(BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo
+
+$(ASAN_BUILD)/build.ninja:
+	cmake -S . -B $(ASAN_BUILD) $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DQUILLBOX_SANITIZE=ON
+
+build: deps $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS)
+
+build-asan: deps $(ASAN_BUILD)/build.ninja
+	cmake --build $(ASAN_BUILD) -j $(JOBS)
+
+run: build
+	@scripts/run-main-job.sh $(BUILD)
+
+test: test-normal test-asan fuzz
+
+test-normal: build
+	@echo "== tests: normal build =="
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+
+test-asan: build-asan
+	@echo "== tests: ASan+UBSan build =="
+	cd $(ASAN_BUILD) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -j $(JOBS)
+
+# Bounded fuzzing of the compound-file engine (clang build in build-fuzz).
+.PHONY: fuzz bench
+fuzz: deps
+	@FUZZ_BUILD=$(CURDIR)/build-fuzz JOBS=$(JOBS) fuzz/run-fuzz.sh
+
+# The compound-file benchmark against the shared peers and dd.
+bench: deps $(BUILD)/build.ninja
+	@scripts/run-bench.sh $(BUILD)
+
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
+
+clean:
+	rm -rf $(BUILD) $(ASAN_BUILD)
