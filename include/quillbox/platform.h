@@ -11,6 +11,7 @@
 #include "quillbox/oleauto.h"
 #include "quillbox/objbase.h"
 #include "quillbox/winreg.h"
+#include "quillbox/winuser.h"
 #include "quillbox/winnls.h"
 #include "quillbox/timeapi.h"
 #include "quillbox/errhandlingapi.h"
