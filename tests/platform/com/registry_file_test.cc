@@ -301,6 +301,30 @@ TEST_F(RegistryFile, MissingHeaderIsRefused) {
   EXPECT_EQ(RegOpenKeyExW(HKEY_CURRENT_USER, u"NoHeader", 0, KEY_READ, &key), ERROR_BADDB);
 }
 
+// A folder in place of the lock file makes the registry readable only, even
+// for a test run as root.
+TEST_F(RegistryFile, UnwritableRegistryRefusesNewKeysWithCantWrite) {
+  WriteRegistryFile("Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\Exists]\n");
+  std::filesystem::create_directory(RegistryPath() + ".lock");
+  HKEY key = nullptr;
+  EXPECT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, u"New", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                            &key, nullptr),
+            ERROR_CANTWRITE);
+  EXPECT_FALSE(KeyExists(HKEY_CURRENT_USER, u"New"));
+}
+
+TEST_F(RegistryFile, UnwritableRegistryStillOpensExistingKeysWithCreate) {
+  WriteRegistryFile("Windows Registry Editor Version 5.00\n\n[HKEY_CURRENT_USER\\Exists]\n");
+  std::filesystem::create_directory(RegistryPath() + ".lock");
+  HKEY key = nullptr;
+  DWORD disposition = 0;
+  ASSERT_EQ(RegCreateKeyExW(HKEY_CURRENT_USER, u"Exists", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr,
+                            &key, &disposition),
+            ERROR_SUCCESS);
+  EXPECT_EQ(disposition, static_cast<DWORD>(REG_OPENED_EXISTING_KEY));
+  RegCloseKey(key);
+}
+
 TEST_F(RegistryFile, RewriteKeepsFilePermissions) {
   RegCloseKey(CreateKey(HKEY_CURRENT_USER, u"First"));
   ASSERT_EQ(chmod(RegistryPath().c_str(), 0640), 0);

@@ -15,7 +15,7 @@ constexpr std::string_view kRegFileHeader = "Windows Registry Editor Version 5.0
 // Reads a whole file: UTF-8 with or without BOM, or UTF-16LE with BOM; CRLF
 // or LF; hex data continued over lines ending in '\'; [-KEY] and "name"=-
 // deletions honoured. On failure returns false and sets `error` to
-// "line N: what is wrong"; `roots` is then unspecified.
+// "line N: what is wrong", and `roots` holds nothing useful.
 bool ParseRegFile(std::string_view bytes, RegistryRoots* roots, std::string* error);
 
 // The file's text, UTF-8 without BOM, LF line ends: every key gets a section,

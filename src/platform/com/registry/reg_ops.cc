@@ -2,6 +2,7 @@
 // checks, and the changes, each under the registry's mutex.
 #include "platform/com/registry/reg_ops.h"
 
+#include <cstdint>
 #include <mutex>
 #include <utility>
 
@@ -15,8 +16,8 @@ namespace quillbox::com::registry {
 namespace {
 
 constexpr REGSAM kDeleteAccess = 0x00010000;  // DELETE, which KEY_ALL_ACCESS holds
-constexpr std::uintptr_t kPredefinedBase = 0x80000000u;
-constexpr std::uintptr_t kPredefinedCount = 7;  // HKEY_CLASSES_ROOT .. HKEY_DYN_DATA
+constexpr std::uint32_t kPredefinedBase = 0x80000000u;
+constexpr std::intptr_t kPredefinedCount = 7;
 
 struct Registry {
   std::mutex mutex;
@@ -32,17 +33,13 @@ Registry& TheRegistry() {
   return *registry;
 }
 
-// Index of a predefined key (0 for HKEY_CLASSES_ROOT), or -1.
-int PredefinedIndex(HKEY key) {
-  const auto value = static_cast<std::uintptr_t>(
-      static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(key)));
-  // Predefined values are 32-bit negative numbers widened with their sign.
-  if (reinterpret_cast<std::intptr_t>(key) != static_cast<std::int32_t>(value)) return -1;
-  if (value < kPredefinedBase || value >= kPredefinedBase + kPredefinedCount) return -1;
-  return static_cast<int>(value - kPredefinedBase);
+// HKEY_CLASSES_ROOT .. HKEY_DYN_DATA: 32-bit negative numbers widened with
+// their sign.
+bool IsPredefined(HKEY key) {
+  const auto value = reinterpret_cast<std::intptr_t>(key);
+  return value >= static_cast<std::int32_t>(kPredefinedBase) &&
+         value < static_cast<std::int32_t>(kPredefinedBase) + kPredefinedCount;
 }
-
-bool IsPredefined(HKEY key) { return PredefinedIndex(key) >= 0; }
 
 // The key a handle names, not yet checked for deletion.
 LSTATUS LookupHandle(Registry& r, HKEY handle, KeyHandle* out) {
@@ -118,6 +115,14 @@ LSTATUS CreateKey(HKEY parent, std::u16string_view sub_key, REGSAM access, HKEY*
     key = std::move(at);
     return ERROR_SUCCESS;
   });
+  if (status == ERROR_CANTWRITE) {
+    // A registry we may read but not write still opens the keys it has.
+    const LSTATUS read = BeginRead(r, parent, &base);
+    if (read != ERROR_SUCCESS) return read;
+    key = Walk(base.key, names);
+    outcome = REG_OPENED_EXISTING_KEY;
+    if (key) status = ERROR_SUCCESS;
+  }
   if (status != ERROR_SUCCESS) return status;
   *result = names.empty() && IsPredefined(parent) ? parent : r.handles.Insert(key, access);
   if (disposition != nullptr) *disposition = outcome;
