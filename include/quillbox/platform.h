@@ -18,5 +18,6 @@
 #include "quillbox/objidl.h"
 #include "quillbox/coml2api.h"
 #include "quillbox/hglobal.h"
+#include "quillbox/propidl.h"
 #include "quillbox/com_ptr.h"
 #include "quillbox/version.h"

@@ -1,5 +1,7 @@
 // The Stg* functions and the class-id helpers, as declared in
 // quillbox/coml2api.h.
+#include "platform/propset/property_set_storage.h"
+#include "quillbox/propidl.h"
 #include "quillbox/coml2api.h"  // before fcntl.h, whose LOCK_WRITE macro would shadow LOCKTYPE
 
 #include <fcntl.h>
@@ -45,7 +47,7 @@ HRESULT VersionFromOptions(const STGOPTIONS* options, bool creating, uint16_t* m
 HRESULT CheckExArguments(DWORD stgfmt, DWORD grfAttrs, void** ppObjectOpen, bool creating) {
   if (!ppObjectOpen) return STG_E_INVALIDPOINTER;
   *ppObjectOpen = nullptr;
-  if (stgfmt == STGFMT_FILE) return STG_E_INVALIDPARAMETER;  // flat files are not offered yet
+  if (stgfmt == STGFMT_FILE) return S_OK;  // property sets of a plain file
   if (stgfmt != STGFMT_STORAGE && stgfmt != STGFMT_DOCFILE && (creating || stgfmt != STGFMT_ANY)) {
     return STG_E_INVALIDPARAMETER;
   }
@@ -120,6 +122,7 @@ WINOLEAPI StgCreateStorageEx(const WCHAR* pwcsName, DWORD grfMode, DWORD stgfmt,
     (void)pSecurityDescriptor;  // file permissions follow the umask
     HRESULT hr = CheckExArguments(stgfmt, grfAttrs, ppObjectOpen, true);
     if (FAILED(hr)) return hr;
+    if (stgfmt == STGFMT_FILE) return STG_E_INVALIDPARAMETER;  // sets of plain files are opened, not created
     uint16_t major = 3;
     if (FAILED(hr = VersionFromOptions(pStgOptions, true, &major))) return hr;
     if (FAILED(hr = CheckMode(grfMode, ModeCall::kCreateDocfile))) return hr;
@@ -141,6 +144,13 @@ WINOLEAPI StgOpenStorageEx(const WCHAR* pwcsName, DWORD grfMode, DWORD stgfmt, D
     uint16_t major = 3;
     if (FAILED(hr = VersionFromOptions(pStgOptions, false, &major))) return hr;
     if (!pwcsName) return STG_E_INVALIDNAME;
+    // A plain file (or any file, asked for as one) offers only its property sets.
+    const bool wants_sets = IsEqualGUID(riid, IID_IPropertySetStorage);
+    if (stgfmt == STGFMT_FILE || (stgfmt == STGFMT_ANY && wants_sets && StgIsStorageFile(pwcsName) == S_FALSE)) {
+      if (!wants_sets) return STG_E_INVALIDPARAMETER;
+      return quillbox::propset::OpenFilePropertySetStorage(
+          pwcsName, grfMode, reinterpret_cast<IPropertySetStorage**>(ppObjectOpen));
+    }
     if (FAILED(hr = CheckMode(grfMode, ModeCall::kOpenDocfile))) return hr;
     ComPtr<Storage> root;
     if (FAILED(hr = OpenDocfileAt(pwcsName, grfMode, &root))) return hr;

@@ -1,4 +1,6 @@
 // IStorage: creating and opening streams and storages below this one.
+#include "platform/propset/property_set_storage.h"
+#include "quillbox/propidl.h"
 #include "platform/storage/storage.h"
 
 #include "platform/com/exception_guard.h"
@@ -7,6 +9,13 @@
 #include "platform/storage/stream.h"
 
 namespace quillbox::storage {
+
+STDMETHODIMP Storage::QueryInterface(REFIID riid, void** ppv) {
+  if (ppv && IsEqualGUID(riid, IID_IPropertySetStorage)) {
+    return propset::CreatePropertySetStorageFor(this, reinterpret_cast<IPropertySetStorage**>(ppv));
+  }
+  return ComObject::QueryInterface(riid, ppv);
+}
 
 using Lock = std::lock_guard<std::recursive_mutex>;
 

@@ -23,9 +23,9 @@ class Storage final : public com::ComObject<Storage, IStorage>, public IRootStor
   // A root storage over an engine.
   static ComPtr<Storage> MakeRoot(std::shared_ptr<CompoundFile> file, DWORD mode);
 
-  STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {
-    return ComObject::QueryInterface(riid, ppv);
-  }
+  // Every storage also offers its property sets, as a separate object that
+  // holds the storage (the storage holds nothing back).
+  STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override;
   STDMETHODIMP_(ULONG) AddRef() override { return ComObject::AddRef(); }
   STDMETHODIMP_(ULONG) Release() override { return ComObject::Release(); }
   bool QueryExtraInterface(REFIID riid, void** ppv);
