@@ -51,6 +51,15 @@ fuzz: deps
 bench: deps $(BUILD)/build.ninja
 	@scripts/run-bench.sh $(BUILD)
 
+# Rewrites the type library's IDL and C++ header from the data in src/typelib
+# (the test TypeLibraryFiles* fails while either copy in the tree is stale).
+.PHONY: typelib
+TYPELIB_GEN := $(BUILD)/tools/typelib_gen/quillbox_typelib_gen
+typelib: deps $(BUILD)/build.ninja
+	cmake --build $(BUILD) -j $(JOBS) --target quillbox_typelib_gen
+	$(TYPELIB_GEN) idl src/typelib/quillbox.idl
+	$(TYPELIB_GEN) header include/quillbox/quillbox.h
+
 install: build
 	cmake --install $(BUILD) --prefix $(PREFIX)
 

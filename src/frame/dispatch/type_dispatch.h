@@ -1,0 +1,23 @@
+// IDispatch driven by the type library: names to DISPIDs, and Invoke that
+// finds the member, binds and coerces the arguments to their declared types,
+// calls the member's vtable slot and turns a failure into DISP_E_EXCEPTION
+// with the thread's error information.
+#pragma once
+
+#include "quillbox/oaidl.h"
+#include "typelib/type_library.h"
+
+namespace quillbox::frame {
+
+// Names are matched without regard to case: the first is a member, the
+// others that member's parameters (whose DISPIDs are their positions).
+HRESULT GetIDsOfNamesFromTypeLib(const typelib::InterfaceDesc& desc, LPOLESTR* names, UINT count,
+                                 DISPID* ids);
+
+// `object` is the dual interface described by `desc` (its vtable holds
+// IUnknown's three and IDispatch's four slots before desc's members).
+HRESULT InvokeFromTypeLib(const typelib::InterfaceDesc& desc, IDispatch* object, DISPID id,
+                          WORD flags, DISPPARAMS* params, VARIANT* result, EXCEPINFO* excep_info,
+                          UINT* arg_err);
+
+}  // namespace quillbox::frame
