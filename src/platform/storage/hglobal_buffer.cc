@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <new>
+#include <vector>
 
 #include "platform/storage/hglobal_heap.h"
 
@@ -54,11 +55,21 @@ HRESULT HGlobalBuffer::WriteAt(std::uint64_t offset, const void* data, ULONG cou
   const std::uint64_t end = offset + count;
   HGlobalSpan span;
   if (!LookUpHGlobal(handle_, &span)) return E_HANDLE;
+  std::vector<BYTE> own_bytes;  // a source inside this very block would move with it
   if (end > span.size) {
+    const auto* source = static_cast<const BYTE*>(data);
+    if (span.data && source >= span.data && source < span.data + span.size) {
+      try {
+        own_bytes.assign(source, source + count);
+      } catch (const std::bad_alloc&) {
+        return STG_E_MEDIUMFULL;
+      }
+      data = own_bytes.data();
+    }
     if (HRESULT hr = GrowLocked(end); FAILED(hr)) return hr;
     LookUpHGlobal(handle_, &span);
   }
-  std::memmove(span.data + offset, data, count);  // the source may be this very block
+  std::memmove(span.data + offset, data, count);  // may overlap when the source is this block
   if (done) *done = count;
   return S_OK;
 }

@@ -267,6 +267,19 @@ TEST(HGlobalStream, GetHGlobalOfNoStreamIsRefused) {
   EXPECT_EQ(h, nullptr);
 }
 
+TEST(HGlobalStream, WriteFromItsOwnMemoryWhileGrowingCopiesTheOldBytes) {
+  HGLOBAL h = GlobalAlloc(GMEM_MOVEABLE, 4096);
+  auto* bytes = static_cast<char*>(GlobalLock(h));
+  for (int i = 0; i < 4096; ++i) bytes[i] = static_cast<char>('a' + i % 26);
+  const std::string original(bytes, 4096);
+  ComPtr<IStream> stream;
+  ASSERT_EQ(CreateStreamOnHGlobal(h, TRUE, stream.put()), S_OK);
+  stream->Seek(Move(0), STREAM_SEEK_END, nullptr);
+  ASSERT_EQ(stream->Write(bytes, 4096, nullptr), S_OK);  // the block moves as it grows
+  GlobalUnlock(h);
+  EXPECT_EQ(ReadAll(stream.get()), original + original);
+}
+
 TEST(HGlobalStream, ManySmallWritesAppendInOrder) {
   auto stream = NewStream();
   std::string expected;

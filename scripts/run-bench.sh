@@ -1,0 +1,57 @@
+#!/bin/bash
+# The compound-file benchmark: builds our peer and the open-and-list
+# benchmark, runs the shared peer harness (/work/shared/bench/run-peers.sh)
+# with libgsf and us, which ends with the dd baseline, then prints our
+# figures as ratios against libgsf and dd measured in the same run.
+#   scripts/run-bench.sh [build-folder]      (default: build)
+#   BENCH_STATE=/tmp/...                     where the harness works
+set -eu
+ROOT=$(cd "$(dirname "$0")/.." && pwd)
+BUILD=${1:-build}
+case $BUILD in /*) ;; *) BUILD=$ROOT/$BUILD;; esac
+HARNESS=${QUILLBOX_BENCH_HARNESS:-$ROOT/../shared/bench/run-peers.sh}
+STATE=${BENCH_STATE:-/tmp/quillbox-peer-bench}
+RESULTS=$STATE/results
+PY=/usr/bin/python3
+
+# What the harness needs even for the libgsf peer alone: the libgsf peer is
+# compiled against libgsf and zlib, and the harness also compiles its Java
+# peer and makes its W3 files with Apache POI.
+packages="libgsf-1-dev zlib1g-dev pkg-config gcc libapache-poi-java default-jdk-headless nodejs npm python3-olefile"
+missing=""
+for p in $packages; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+    missing="$missing $p"
+  fi
+done
+# A JDK or node that came another way is fine.
+command -v javac >/dev/null && missing=$(echo "$missing" | sed 's/ default-jdk-headless//')
+command -v node >/dev/null && command -v npm >/dev/null && missing=$(echo "$missing" | sed 's/ nodejs//; s/ npm//')
+if [ -n "$(echo "$missing" | tr -d ' ')" ]; then
+  echo "installing:$missing"
+  SUDO=""
+  [ "$(id -u)" -ne 0 ] && SUDO="sudo"
+  export DEBIAN_FRONTEND=noninteractive
+  $SUDO apt-get update -qq
+  # shellcheck disable=SC2086
+  $SUDO apt-get install -y -qq --no-install-recommends $missing
+fi
+
+[ -f "$BUILD/build.ninja" ] || cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+cmake --build "$BUILD" -j "${JOBS:-$(nproc)}" --target quillbox_peer bench_open_listing
+
+mkdir -p "$RESULTS"
+before=$(ls "$RESULTS" 2>/dev/null | sort)
+BENCH_PEERS="libgsf" BENCH_EXTRA_PEERS="quillbox=$BUILD/bench/quillbox_peer" BENCH_STATE="$STATE" \
+  BENCH_RESULTS="$RESULTS" bash "$HARNESS"
+out=""
+for f in $(ls "$RESULTS" | sort); do
+  echo "$before" | grep -qx "$f" || out=$RESULTS/$f
+done
+[ -n "$out" ] || { echo "run-bench: the harness wrote no results" >&2; exit 1; }
+
+echo "== open and list 100,000 elements =="
+listing=$STATE/open-listing.json
+QUILLBOX_BENCH_DIR=$STATE "$BUILD/bench/bench_open_listing" --benchmark_format=json > "$listing"
+
+$PY "$ROOT/scripts/bench_table.py" "$out" "$listing"
