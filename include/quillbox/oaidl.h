@@ -1,6 +1,7 @@
 // Automation interfaces and types: rich error information (IErrorInfo,
 // ICreateErrorInfo, ISupportErrorInfo) and, with the automation values,
-// VARIANT, SAFEARRAY, IDispatch and IEnumVARIANT.
+// VARIANT, SAFEARRAY, IDispatch and IEnumVARIANT, and type information
+// (ITypeLib, ITypeInfo and their descriptions).
 #pragma once
 
 #include "quillbox/unknwn.h"
@@ -43,7 +44,7 @@ using LPSUPPORTERRORINFO = ISupportErrorInfo*;
 // Anonymous structs are a common extension; __extension__ keeps -Wpedantic
 // quiet about them.
 
-struct ITypeInfo;  // type information: declared for signatures only
+struct ITypeInfo;  // type information: declared below
 struct IRecordInfo;
 struct IDispatch;
 
@@ -367,3 +368,333 @@ using LPENUMVARIANT = IEnumVARIANT*;
 
 QUILLBOX_DECLARE_INTERFACE(IDispatch, IUnknown, IID_IDispatch);
 QUILLBOX_DECLARE_INTERFACE(IEnumVARIANT, IUnknown, IID_IEnumVARIANT);
+
+// ---------------------------------------------------------------------------
+// Type information: ITypeLib, ITypeInfo and the descriptions they hand out.
+// Layouts match 64-bit Windows.
+
+struct ITypeLib;
+struct ITypeComp;
+
+using HREFTYPE = DWORD;
+#define MEMBERID_NIL DISPID_UNKNOWN
+
+enum TYPEKIND {
+  TKIND_ENUM = 0,
+  TKIND_RECORD = 1,
+  TKIND_MODULE = 2,
+  TKIND_INTERFACE = 3,
+  TKIND_DISPATCH = 4,
+  TKIND_COCLASS = 5,
+  TKIND_ALIAS = 6,
+  TKIND_UNION = 7,
+  TKIND_MAX = 8,
+};
+
+struct ARRAYDESC;
+
+struct TYPEDESC {
+  union {
+    TYPEDESC* lptdesc;     // VT_PTR, VT_SAFEARRAY: the type pointed at / held
+    ARRAYDESC* lpadesc;    // VT_CARRAY
+    HREFTYPE hreftype;     // VT_USERDEFINED: for ITypeInfo::GetRefTypeInfo
+  };
+  VARTYPE vt;
+};
+
+struct ARRAYDESC {
+  TYPEDESC tdescElem;
+  USHORT cDims;
+  SAFEARRAYBOUND rgbounds[1];
+};
+
+struct PARAMDESCEX {
+  ULONG cBytes;               // the size of this structure
+  VARIANTARG varDefaultValue;
+};
+using LPPARAMDESCEX = PARAMDESCEX*;
+
+struct PARAMDESC {
+  LPPARAMDESCEX pparamdescex;  // set when PARAMFLAG_FHASDEFAULT
+  USHORT wParamFlags;
+};
+using LPPARAMDESC = PARAMDESC*;
+
+#define PARAMFLAG_NONE 0x00
+#define PARAMFLAG_FIN 0x01
+#define PARAMFLAG_FOUT 0x02
+#define PARAMFLAG_FLCID 0x04
+#define PARAMFLAG_FRETVAL 0x08
+#define PARAMFLAG_FOPT 0x10
+#define PARAMFLAG_FHASDEFAULT 0x20
+#define PARAMFLAG_FHASCUSTDATA 0x40
+
+struct IDLDESC {
+  ULONG_PTR dwReserved;
+  USHORT wIDLFlags;
+};
+using LPIDLDESC = IDLDESC*;
+
+#define IDLFLAG_NONE PARAMFLAG_NONE
+#define IDLFLAG_FIN PARAMFLAG_FIN
+#define IDLFLAG_FOUT PARAMFLAG_FOUT
+#define IDLFLAG_FLCID PARAMFLAG_FLCID
+#define IDLFLAG_FRETVAL PARAMFLAG_FRETVAL
+
+struct ELEMDESC {
+  TYPEDESC tdesc;
+  union {
+    IDLDESC idldesc;
+    PARAMDESC paramdesc;
+  };
+};
+using LPELEMDESC = ELEMDESC*;
+
+struct TYPEATTR {
+  GUID guid;
+  LCID lcid;
+  DWORD dwReserved;
+  MEMBERID memidConstructor;
+  MEMBERID memidDestructor;
+  LPOLESTR lpstrSchema;
+  ULONG cbSizeInstance;
+  TYPEKIND typekind;
+  WORD cFuncs;
+  WORD cVars;
+  WORD cImplTypes;
+  WORD cbSizeVft;
+  WORD cbAlignment;
+  WORD wTypeFlags;
+  WORD wMajorVerNum;
+  WORD wMinorVerNum;
+  TYPEDESC tdescAlias;
+  IDLDESC idldescType;
+};
+using LPTYPEATTR = TYPEATTR*;
+
+enum CALLCONV {
+  CC_FASTCALL = 0,
+  CC_CDECL = 1,
+  CC_MSCPASCAL = 2,
+  CC_PASCAL = CC_MSCPASCAL,
+  CC_MACPASCAL = 3,
+  CC_STDCALL = 4,
+  CC_FPFASTCALL = 5,
+  CC_SYSCALL = 6,
+  CC_MPWCDECL = 7,
+  CC_MPWPASCAL = 8,
+  CC_MAX = 9,
+};
+
+enum FUNCKIND {
+  FUNC_VIRTUAL = 0,
+  FUNC_PUREVIRTUAL = 1,
+  FUNC_NONVIRTUAL = 2,
+  FUNC_STATIC = 3,
+  FUNC_DISPATCH = 4,
+};
+
+enum INVOKEKIND {
+  INVOKE_FUNC = 1,
+  INVOKE_PROPERTYGET = 2,
+  INVOKE_PROPERTYPUT = 4,
+  INVOKE_PROPERTYPUTREF = 8,
+};
+
+struct FUNCDESC {
+  MEMBERID memid;
+  SCODE* lprgscode;
+  ELEMDESC* lprgelemdescParam;  // cParams entries
+  FUNCKIND funckind;
+  INVOKEKIND invkind;
+  CALLCONV callconv;
+  SHORT cParams;
+  SHORT cParamsOpt;
+  SHORT oVft;                   // the member's offset in the vtable, in bytes
+  SHORT cScodes;
+  ELEMDESC elemdescFunc;        // the return type
+  WORD wFuncFlags;
+};
+using LPFUNCDESC = FUNCDESC*;
+
+enum VARKIND {
+  VAR_PERINSTANCE = 0,
+  VAR_STATIC = 1,
+  VAR_CONST = 2,
+  VAR_DISPATCH = 3,
+};
+
+#define IMPLTYPEFLAG_FDEFAULT 0x1
+#define IMPLTYPEFLAG_FSOURCE 0x2
+#define IMPLTYPEFLAG_FRESTRICTED 0x4
+#define IMPLTYPEFLAG_FDEFAULTVTABLE 0x8
+
+struct VARDESC {
+  MEMBERID memid;
+  LPOLESTR lpstrSchema;
+  union {
+    ULONG oInst;
+    VARIANT* lpvarValue;  // VAR_CONST: the value
+  };
+  ELEMDESC elemdescVar;
+  WORD wVarFlags;
+  VARKIND varkind;
+};
+using LPVARDESC = VARDESC*;
+
+enum TYPEFLAGS {
+  TYPEFLAG_FAPPOBJECT = 0x1,
+  TYPEFLAG_FCANCREATE = 0x2,
+  TYPEFLAG_FLICENSED = 0x4,
+  TYPEFLAG_FPREDECLID = 0x8,
+  TYPEFLAG_FHIDDEN = 0x10,
+  TYPEFLAG_FCONTROL = 0x20,
+  TYPEFLAG_FDUAL = 0x40,
+  TYPEFLAG_FNONEXTENSIBLE = 0x80,
+  TYPEFLAG_FOLEAUTOMATION = 0x100,
+  TYPEFLAG_FRESTRICTED = 0x200,
+  TYPEFLAG_FAGGREGATABLE = 0x400,
+  TYPEFLAG_FREPLACEABLE = 0x800,
+  TYPEFLAG_FDISPATCHABLE = 0x1000,
+  TYPEFLAG_FREVERSEBIND = 0x2000,
+  TYPEFLAG_FPROXY = 0x4000,
+};
+
+enum FUNCFLAGS {
+  FUNCFLAG_FRESTRICTED = 0x1,
+  FUNCFLAG_FSOURCE = 0x2,
+  FUNCFLAG_FBINDABLE = 0x4,
+  FUNCFLAG_FREQUESTEDIT = 0x8,
+  FUNCFLAG_FDISPLAYBIND = 0x10,
+  FUNCFLAG_FDEFAULTBIND = 0x20,
+  FUNCFLAG_FHIDDEN = 0x40,
+  FUNCFLAG_FUSESGETLASTERROR = 0x80,
+  FUNCFLAG_FDEFAULTCOLLELEM = 0x100,
+  FUNCFLAG_FUIDEFAULT = 0x200,
+  FUNCFLAG_FNONBROWSABLE = 0x400,
+  FUNCFLAG_FREPLACEABLE = 0x800,
+  FUNCFLAG_FIMMEDIATEBIND = 0x1000,
+};
+
+enum VARFLAGS {
+  VARFLAG_FREADONLY = 0x1,
+  VARFLAG_FSOURCE = 0x2,
+  VARFLAG_FBINDABLE = 0x4,
+  VARFLAG_FREQUESTEDIT = 0x8,
+  VARFLAG_FDISPLAYBIND = 0x10,
+  VARFLAG_FDEFAULTBIND = 0x20,
+  VARFLAG_FHIDDEN = 0x40,
+  VARFLAG_FRESTRICTED = 0x80,
+  VARFLAG_FDEFAULTCOLLELEM = 0x100,
+  VARFLAG_FUIDEFAULT = 0x200,
+  VARFLAG_FNONBROWSABLE = 0x400,
+  VARFLAG_FREPLACEABLE = 0x800,
+  VARFLAG_FIMMEDIATEBIND = 0x1000,
+};
+
+enum SYSKIND {
+  SYS_WIN16 = 0,
+  SYS_WIN32 = 1,
+  SYS_MAC = 2,
+  SYS_WIN64 = 3,
+};
+
+enum LIBFLAGS {
+  LIBFLAG_FRESTRICTED = 0x1,
+  LIBFLAG_FCONTROL = 0x2,
+  LIBFLAG_FHIDDEN = 0x4,
+  LIBFLAG_FHASDISKIMAGE = 0x8,
+};
+
+struct TLIBATTR {
+  GUID guid;
+  LCID lcid;
+  SYSKIND syskind;
+  WORD wMajorVerNum;
+  WORD wMinorVerNum;
+  WORD wLibFlags;
+};
+using LPTLIBATTR = TLIBATTR*;
+
+enum DESCKIND {
+  DESCKIND_NONE = 0,
+  DESCKIND_FUNCDESC = 1,
+  DESCKIND_VARDESC = 2,
+  DESCKIND_TYPECOMP = 3,
+  DESCKIND_IMPLICITAPPOBJ = 4,
+  DESCKIND_MAX = 5,
+};
+
+union BINDPTR {
+  FUNCDESC* lpfuncdesc;
+  VARDESC* lpvardesc;
+  ITypeComp* lptcomp;
+};
+using LPBINDPTR = BINDPTR*;
+
+static_assert(sizeof(TYPEDESC) == 16);
+static_assert(sizeof(PARAMDESC) == 16);
+static_assert(sizeof(ELEMDESC) == 32);
+static_assert(sizeof(TYPEATTR) == 96);
+static_assert(offsetof(TYPEATTR, typekind) == 44);
+static_assert(sizeof(FUNCDESC) == 88);
+static_assert(offsetof(FUNCDESC, elemdescFunc) == 48);
+static_assert(sizeof(VARDESC) == 64);
+static_assert(sizeof(TLIBATTR) == 32);
+
+inline constexpr IID IID_ITypeInfo = {0x00020401, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+inline constexpr IID IID_ITypeLib = {0x00020402, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+inline constexpr IID IID_ITypeComp = {0x00020403, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
+struct ITypeComp : public IUnknown {
+  STDMETHOD(Bind)(LPOLESTR szName, ULONG lHashVal, WORD wFlags, ITypeInfo** ppTInfo, DESCKIND* pDescKind,
+                  BINDPTR* pBindPtr) = 0;
+  STDMETHOD(BindType)(LPOLESTR szName, ULONG lHashVal, ITypeInfo** ppTInfo, ITypeComp** ppTComp) = 0;
+};
+using LPTYPECOMP = ITypeComp*;
+
+struct ITypeInfo : public IUnknown {
+  STDMETHOD(GetTypeAttr)(TYPEATTR** ppTypeAttr) = 0;
+  STDMETHOD(GetTypeComp)(ITypeComp** ppTComp) = 0;
+  STDMETHOD(GetFuncDesc)(UINT index, FUNCDESC** ppFuncDesc) = 0;
+  STDMETHOD(GetVarDesc)(UINT index, VARDESC** ppVarDesc) = 0;
+  STDMETHOD(GetNames)(MEMBERID memid, BSTR* rgBstrNames, UINT cMaxNames, UINT* pcNames) = 0;
+  STDMETHOD(GetRefTypeOfImplType)(UINT index, HREFTYPE* pRefType) = 0;
+  STDMETHOD(GetImplTypeFlags)(UINT index, INT* pImplTypeFlags) = 0;
+  STDMETHOD(GetIDsOfNames)(LPOLESTR* rgszNames, UINT cNames, MEMBERID* pMemId) = 0;
+  STDMETHOD(Invoke)(PVOID pvInstance, MEMBERID memid, WORD wFlags, DISPPARAMS* pDispParams,
+                    VARIANT* pVarResult, EXCEPINFO* pExcepInfo, UINT* puArgErr) = 0;
+  STDMETHOD(GetDocumentation)(MEMBERID memid, BSTR* pBstrName, BSTR* pBstrDocString, DWORD* pdwHelpContext,
+                              BSTR* pBstrHelpFile) = 0;
+  STDMETHOD(GetDllEntry)(MEMBERID memid, INVOKEKIND invKind, BSTR* pBstrDllName, BSTR* pBstrName,
+                         WORD* pwOrdinal) = 0;
+  STDMETHOD(GetRefTypeInfo)(HREFTYPE hRefType, ITypeInfo** ppTInfo) = 0;
+  STDMETHOD(AddressOfMember)(MEMBERID memid, INVOKEKIND invKind, PVOID* ppv) = 0;
+  STDMETHOD(CreateInstance)(IUnknown* pUnkOuter, REFIID riid, PVOID* ppvObj) = 0;
+  STDMETHOD(GetMops)(MEMBERID memid, BSTR* pBstrMops) = 0;
+  STDMETHOD(GetContainingTypeLib)(ITypeLib** ppTLib, UINT* pIndex) = 0;
+  STDMETHOD_(void, ReleaseTypeAttr)(TYPEATTR* pTypeAttr) = 0;
+  STDMETHOD_(void, ReleaseFuncDesc)(FUNCDESC* pFuncDesc) = 0;
+  STDMETHOD_(void, ReleaseVarDesc)(VARDESC* pVarDesc) = 0;
+};
+using LPTYPEINFO = ITypeInfo*;
+
+struct ITypeLib : public IUnknown {
+  STDMETHOD_(UINT, GetTypeInfoCount)() = 0;
+  STDMETHOD(GetTypeInfo)(UINT index, ITypeInfo** ppTInfo) = 0;
+  STDMETHOD(GetTypeInfoType)(UINT index, TYPEKIND* pTKind) = 0;
+  STDMETHOD(GetTypeInfoOfGuid)(REFGUID guid, ITypeInfo** ppTinfo) = 0;
+  STDMETHOD(GetLibAttr)(TLIBATTR** ppTLibAttr) = 0;
+  STDMETHOD(GetTypeComp)(ITypeComp** ppTComp) = 0;
+  STDMETHOD(GetDocumentation)(INT index, BSTR* pBstrName, BSTR* pBstrDocString, DWORD* pdwHelpContext,
+                              BSTR* pBstrHelpFile) = 0;
+  STDMETHOD(IsName)(LPOLESTR szNameBuf, ULONG lHashVal, BOOL* pfName) = 0;
+  STDMETHOD(FindName)(LPOLESTR szNameBuf, ULONG lHashVal, ITypeInfo** ppTInfo, MEMBERID* rgMemId,
+                      USHORT* pcFound) = 0;
+  STDMETHOD_(void, ReleaseTLibAttr)(TLIBATTR* pTLibAttr) = 0;
+};
+using LPTYPELIB = ITypeLib*;
+
+QUILLBOX_DECLARE_INTERFACE(ITypeComp, IUnknown, IID_ITypeComp);
+QUILLBOX_DECLARE_INTERFACE(ITypeInfo, IUnknown, IID_ITypeInfo);
+QUILLBOX_DECLARE_INTERFACE(ITypeLib, IUnknown, IID_ITypeLib);

@@ -2,11 +2,13 @@
 #include "frame/registration.h"
 
 #include "frame/class_table.h"
+#include "frame/library_type_info.h"
 #include "frame/module.h"
 #include "frame/registrar.h"
 #include "platform/com/module_path.h"
-#include "platform/com/typelib_registration.h"
 #include "platform/com/utf.h"
+#include "quillbox/com_ptr.h"
+#include "quillbox/oleauto.h"
 #include "typelib/registry_scripts.h"
 #include "typelib/type_library.h"
 
@@ -17,18 +19,20 @@ Replacements ModuleReplacements() {
   return {{u"MODULE", com::Utf8ToUtf16(com::ModulePath())}};
 }
 
-com::TypeLibRegistration LibraryRegistration() {
+// The type library goes through the platform's RegisterTypeLib, as any
+// component's would.
+HRESULT RegisterLibrary() {
+  ComPtr<ITypeLib> lib;
+  const HRESULT hr = LibraryTypeLib(lib.put());
+  if (FAILED(hr)) return hr;
+  const std::u16string path = com::Utf8ToUtf16(com::ModulePath());
+  return RegisterTypeLib(lib.get(), path.c_str(), nullptr);
+}
+
+HRESULT UnregisterLibrary() {
   const typelib::LibraryDesc& lib = typelib::QuillboxLibrary();
-  com::TypeLibRegistration r;
-  r.libid = lib.libid;
-  r.major = lib.major_version;
-  r.minor = lib.minor_version;
-  r.help = lib.help ? lib.help : u"";
-  r.path = com::Utf8ToUtf16(com::ModulePath());
-  const std::size_t slash = r.path.rfind(u'/');
-  r.help_dir = slash == std::u16string::npos ? u"" : r.path.substr(0, slash);
-  for (const typelib::InterfaceDesc& i : lib.interfaces) r.interfaces.push_back({i.iid, i.name});
-  return r;
+  const HRESULT hr = UnRegisterTypeLib(lib.libid, lib.major_version, lib.minor_version, 0, SYS_WIN64);
+  return hr == TYPE_E_REGISTRYACCESS ? S_OK : hr;  // never registered: nothing to remove
 }
 
 }  // namespace
@@ -40,7 +44,7 @@ HRESULT RegisterServer() {
                                          replacements);
     if (FAILED(hr)) return hr;
   }
-  return com::WriteTypeLibRegistration(LibraryRegistration());
+  return RegisterLibrary();
 }
 
 HRESULT UnregisterServer() {
@@ -51,7 +55,7 @@ HRESULT UnregisterServer() {
                                          replacements);
     if (FAILED(hr) && SUCCEEDED(first)) first = hr;
   }
-  const HRESULT hr = com::RemoveTypeLibRegistration(LibraryRegistration());
+  const HRESULT hr = UnregisterLibrary();
   return FAILED(first) ? first : hr;
 }
 

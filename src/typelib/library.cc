@@ -41,6 +41,7 @@ const LibraryDesc& QuillboxLibrary() {
       .interfaces = kInterfaces,
       .enums = LibraryEnums(),
       .coclasses = LibraryCoclasses(),
+      .member_help = MemberHelp,
   };
   return kLibrary;
 }

@@ -7,7 +7,7 @@
 
 #include "quillbox/winerror.h"
 
-namespace quillbox::frame {
+namespace quillbox::automation {
 
 // How an argument is passed. kVariant is a VARIANT by value (24 bytes),
 // kDecimal a DECIMAL by value (16 bytes).
@@ -22,4 +22,4 @@ struct RawArg {
 // HRESULT (*)(object, args...).
 HRESULT CallVtableSlot(void* object, unsigned slot, std::span<const RawArg> args);
 
-}  // namespace quillbox::frame
+}  // namespace quillbox::automation

@@ -5,13 +5,12 @@
 
 #include <string>
 
-#include "frame/dispatch/type_dispatch.h"
-#include "frame/report_error.h"
+#include "platform/automation/typelib/type_dispatch.h"
 #include "platform/com/com_object.h"
 #include "quillbox/platform.h"
 
 using quillbox::ComPtr;
-using namespace quillbox::typelib;
+using namespace quillbox::automation;
 
 namespace {
 
@@ -60,7 +59,16 @@ constexpr MemberDesc kCalcMembers[] = {
 };
 const InterfaceDesc kCalcDesc{u"ICalc", IID_ICalc, kCalcMembers};
 
-constexpr CLSID kCalcClsid = {0xCA1C0002, 0, 0, {1, 2, 3, 4, 5, 6, 7, 8}};
+// Publishes a failure as the thread's error information, as a member does.
+HRESULT Fails(const char16_t* description, HRESULT result) {
+  ComPtr<ICreateErrorInfo> create;
+  if (SUCCEEDED(CreateErrorInfo(create.put()))) {
+    create->SetGUID(IID_ICalc);
+    create->SetDescription(const_cast<LPOLESTR>(description));
+    SetErrorInfo(0, create.as<IErrorInfo>().get());
+  }
+  return result;
+}
 
 class Calc final : public quillbox::com::ComObject<Calc, ICalc> {
  public:
@@ -70,11 +78,11 @@ class Calc final : public quillbox::com::ComObject<Calc, ICalc> {
   }
   STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
   STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT n, LCID, DISPID* ids) override {
-    return quillbox::frame::GetIDsOfNamesFromTypeLib(kCalcDesc, names, n, ids);
+    return quillbox::automation::GetIDsOfNamesFromTypeLib(kCalcDesc, names, n, ids);
   }
   STDMETHODIMP Invoke(DISPID id, REFIID, LCID, WORD flags, DISPPARAMS* p, VARIANT* r, EXCEPINFO* e,
                       UINT* a) override {
-    return quillbox::frame::InvokeFromTypeLib(kCalcDesc, this, id, flags, p, r, e, a);
+    return quillbox::automation::InvokeFromTypeLib(kCalcDesc, this, id, flags, p, r, e, a);
   }
   STDMETHODIMP Add(LONG a, LONG b, LONG* sum) override {
     *sum = a + b;
@@ -96,10 +104,10 @@ class Calc final : public quillbox::com::ComObject<Calc, ICalc> {
     return S_OK;
   }
   STDMETHODIMP Fail() override {
-    return quillbox::frame::ReportError(kCalcClsid, 205, IID_ICalc, STG_E_ACCESSDENIED);
+    return Fails(u"Impossible action with a read only object.", STG_E_ACCESSDENIED);
   }
   STDMETHODIMP Divide(LONG a, LONG b, LONG* remainder, LONG* quotient) override {
-    if (b == 0) return quillbox::frame::ReportError(kCalcClsid, 221, IID_ICalc, E_INVALIDARG);
+    if (b == 0) return Fails(u"Division by zero.", E_INVALIDARG);
     *remainder = a % b;
     *quotient = a / b;
     return S_OK;

@@ -1,21 +1,22 @@
 // Invoke over the type library: find the member, bind the arguments in
 // declared order (positional ones arrive last first), coerce each to its
 // declared type, call the vtable slot, hand back the [out, retval] value.
+#include <string_view>
 #include <vector>
 
-#include "frame/dispatch/type_dispatch.h"
-#include "frame/dispatch/vtable_call.h"
+#include "platform/automation/typelib/type_dispatch.h"
+#include "platform/automation/typelib/vtable_call.h"
 #include "quillbox/com_ptr.h"
 #include "quillbox/oleauto.h"
 
-namespace quillbox::frame {
+namespace quillbox::automation {
 namespace {
 
-using typelib::Direction;
-using typelib::MemberDesc;
-using typelib::MemberKind;
-using typelib::ParamDesc;
-using typelib::TypeRef;
+using automation::Direction;
+using automation::MemberDesc;
+using automation::MemberKind;
+using automation::ParamDesc;
+using automation::TypeRef;
 
 // IUnknown's three slots and IDispatch's four come before the members.
 constexpr unsigned kFirstMemberSlot = 7;
@@ -55,7 +56,7 @@ void* ValueAddress(VARIANT& v, VARTYPE storage) {
 bool Matches(const MemberDesc& m, DISPID id, MemberKind kind) { return m.id == id && m.kind == kind; }
 
 // The member that answers (id, flags), and its slot.
-const MemberDesc* FindMember(const typelib::InterfaceDesc& desc, DISPID id, WORD flags, unsigned* slot,
+const MemberDesc* FindMember(const InterfaceDesc& desc, DISPID id, WORD flags, unsigned* slot,
                              bool* id_known) {
   *id_known = false;
   auto find = [&](MemberKind kind) -> const MemberDesc* {
@@ -93,7 +94,7 @@ struct BoundArg {
 };
 
 HRESULT SetDefault(const ParamDesc& p, VARTYPE storage, VARIANT* out) {
-  using Kind = typelib::DefaultValue::Kind;
+  using Kind = DefaultValue::Kind;
   VARIANT d;
   VariantInit(&d);
   switch (p.default_value.kind) {
@@ -122,8 +123,18 @@ HRESULT SetDefault(const ParamDesc& p, VARTYPE storage, VARIANT* out) {
   return hr;
 }
 
+// The interface of `library` named `name`, or null.
+const InterfaceDesc* FindNamedInterface(const LibraryDesc* library, const char16_t* name) {
+  if (!library || !name) return nullptr;
+  for (const InterfaceDesc& i : library->interfaces) {
+    if (std::u16string_view(i.name) == name) return &i;
+  }
+  return nullptr;
+}
+
 // Coerces an input to the declared type.
-HRESULT CoerceIn(const TypeRef& type, VARTYPE storage, const VARIANT* source, VARIANT* out) {
+HRESULT CoerceIn(const LibraryDesc* library, const TypeRef& type, VARTYPE storage, const VARIANT* source,
+                 VARIANT* out) {
   VARIANT plain;
   VariantInit(&plain);
   HRESULT hr = VariantCopyInd(&plain, source);
@@ -151,7 +162,7 @@ HRESULT CoerceIn(const TypeRef& type, VARTYPE storage, const VARIANT* source, VA
   if (FAILED(hr)) return hr;
   // An interface of this library is passed as that interface.
   if (storage == VT_DISPATCH && type.name && out->pdispVal) {
-    if (const typelib::InterfaceDesc* target = typelib::FindInterface(type.name)) {
+    if (const InterfaceDesc* target = FindNamedInterface(library, type.name)) {
       void* as = nullptr;
       hr = out->pdispVal->QueryInterface(target->iid, &as);
       out->pdispVal->Release();
@@ -166,7 +177,8 @@ HRESULT CoerceIn(const TypeRef& type, VARTYPE storage, const VARIANT* source, VA
 }
 
 // Binds an output (or input-output) parameter to the caller's reference.
-HRESULT BindOut(const ParamDesc& p, VARTYPE storage, VARIANT* source, BoundArg* arg) {
+HRESULT BindOut(const LibraryDesc* library, const ParamDesc& p, VARTYPE storage, VARIANT* source,
+                BoundArg* arg) {
   if (IsMissing(source)) {  // the caller does not want it: a private place
     arg->holder.vt = VT_EMPTY;
     arg->pointer = ValueAddress(arg->holder, storage);
@@ -180,7 +192,7 @@ HRESULT BindOut(const ParamDesc& p, VARTYPE storage, VARIANT* source, BoundArg* 
   }
   if (source->vt != (VT_BYREF | VT_VARIANT)) return DISP_E_TYPEMISMATCH;
   if (p.direction == Direction::kInOut) {
-    HRESULT hr = CoerceIn(p.type, storage, source->pvarVal, &arg->holder);
+    HRESULT hr = CoerceIn(library, p.type, storage, source->pvarVal, &arg->holder);
     if (FAILED(hr)) return hr;
   } else if (storage != VT_VARIANT) {
     arg->holder.vt = storage;
@@ -207,8 +219,9 @@ void FillException(HRESULT hr, EXCEPINFO* info) {
 
 }  // namespace
 
-HRESULT InvokeFromTypeLib(const typelib::InterfaceDesc& desc, IDispatch* object, DISPID id, WORD flags,
-                          DISPPARAMS* params, VARIANT* result, EXCEPINFO* excep_info, UINT* arg_err) {
+HRESULT InvokeFromTypeLib(const InterfaceDesc& desc, IDispatch* object, DISPID id, WORD flags,
+                          DISPPARAMS* params, VARIANT* result, EXCEPINFO* excep_info, UINT* arg_err,
+                          const LibraryDesc* library) {
   DISPPARAMS none{nullptr, nullptr, 0, 0};
   if (!params) params = &none;
   if (params->cArgs < params->cNamedArgs || (params->cArgs && !params->rgvarg) ||
@@ -261,7 +274,7 @@ HRESULT InvokeFromTypeLib(const typelib::InterfaceDesc& desc, IDispatch* object,
     HRESULT hr;
     if (p.direction != Direction::kIn) {
       if (!sources[i] && !p.optional) return DISP_E_PARAMNOTOPTIONAL;
-      hr = BindOut(p, storage, sources[i], &arg);
+      hr = BindOut(library, p, storage, sources[i], &arg);
       if (FAILED(hr)) {
         if (arg_err) *arg_err = source_index[i];
         return hr;
@@ -275,7 +288,7 @@ HRESULT InvokeFromTypeLib(const typelib::InterfaceDesc& desc, IDispatch* object,
       }
       hr = SetDefault(p, storage, &arg.holder);
     } else {
-      hr = CoerceIn(p.type, storage, sources[i], &arg.holder);
+      hr = CoerceIn(library, p.type, storage, sources[i], &arg.holder);
     }
     if (FAILED(hr)) {
       if (arg_err) *arg_err = source_index[i];
@@ -326,4 +339,4 @@ HRESULT InvokeFromTypeLib(const typelib::InterfaceDesc& desc, IDispatch* object,
   return hr;
 }
 
-}  // namespace quillbox::frame
+}  // namespace quillbox::automation

@@ -1,14 +1,16 @@
 // GetIDsOfNames over the type library.
-#include "frame/dispatch/type_dispatch.h"
+#include "platform/automation/typelib/type_dispatch.h"
 
 #include <string_view>
 
-namespace quillbox::frame {
+namespace quillbox::automation {
 namespace {
 
 char16_t Upper(char16_t c) { return (c >= u'a' && c <= u'z') ? static_cast<char16_t>(c - 32) : c; }
 
-bool SameName(const char16_t* a, const char16_t* b) {
+}  // namespace
+
+bool SameNameNoCase(const char16_t* a, const char16_t* b) {
   if (!a || !b) return false;
   for (; *a && *b; ++a, ++b) {
     if (Upper(*a) != Upper(*b)) return false;
@@ -16,17 +18,15 @@ bool SameName(const char16_t* a, const char16_t* b) {
   return *a == *b;
 }
 
-}  // namespace
-
-HRESULT GetIDsOfNamesFromTypeLib(const typelib::InterfaceDesc& desc, LPOLESTR* names, UINT count,
+HRESULT GetIDsOfNamesFromTypeLib(const InterfaceDesc& desc, LPOLESTR* names, UINT count,
                                  DISPID* ids) {
   if (!ids || (count > 0 && !names)) return E_INVALIDARG;
   if (count == 0) return S_OK;
   for (UINT i = 0; i < count; ++i) ids[i] = DISPID_UNKNOWN;
   // Parameters are named after the member's first slot that has them.
-  const typelib::MemberDesc* member = nullptr;
+  const MemberDesc* member = nullptr;
   for (const auto& m : desc.members) {
-    if (SameName(m.name, names[0])) {
+    if (SameNameNoCase(m.name, names[0])) {
       if (!member || (member->params.empty() && !m.params.empty())) member = &m;
     }
   }
@@ -35,11 +35,11 @@ HRESULT GetIDsOfNamesFromTypeLib(const typelib::InterfaceDesc& desc, LPOLESTR* n
   HRESULT hr = S_OK;
   for (UINT i = 1; i < count; ++i) {
     for (std::size_t p = 0; p < member->params.size(); ++p) {
-      if (SameName(member->params[p].name, names[i])) ids[i] = static_cast<DISPID>(p);
+      if (SameNameNoCase(member->params[p].name, names[i])) ids[i] = static_cast<DISPID>(p);
     }
     if (ids[i] == DISPID_UNKNOWN) hr = DISP_E_UNKNOWNNAME;
   }
   return hr;
 }
 
-}  // namespace quillbox::frame
+}  // namespace quillbox::automation

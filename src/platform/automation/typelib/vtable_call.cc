@@ -1,11 +1,11 @@
 // CallVtableSlot through libffi.
-#include "frame/dispatch/vtable_call.h"
+#include "platform/automation/typelib/vtable_call.h"
 
 #include <ffi.h>
 
 #include <vector>
 
-namespace quillbox::frame {
+namespace quillbox::automation {
 namespace {
 
 // A VARIANT by value: 24 bytes, 8-byte aligned; larger than 16 bytes, so
@@ -73,4 +73,4 @@ HRESULT CallVtableSlot(void* object, unsigned slot, std::span<const RawArg> args
   return static_cast<HRESULT>(result);
 }
 
-}  // namespace quillbox::frame
+}  // namespace quillbox::automation
