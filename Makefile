@@ -2,6 +2,8 @@
 #   make run    installs what is missing, builds, runs the main job
 #   make test   installs what is missing, builds both configurations, runs every test
 # Also: make build, make install [PREFIX=/usr/local], make deps.
+# The Python tests run apart (-L python, verbose) so that pytest's own
+# summary line shows in the output.
 
 BUILD      ?= build
 ASAN_BUILD ?= build-asan
@@ -35,14 +37,19 @@ test: test-normal test-asan fuzz
 
 test-normal: build
 	@echo "== tests: normal build =="
-	cd $(BUILD) && ctest --output-on-failure -j $(JOBS)
+	cd $(BUILD) && ctest --output-on-failure -j $(JOBS) -LE python
+	@echo "== Python tests: normal build =="
+	cd $(BUILD) && ctest --output-on-failure -V -L python
 
 test-asan: build-asan
 	@echo "== tests: ASan+UBSan build =="
 	cd $(ASAN_BUILD) && ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 \
-	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -j $(JOBS)
+	  UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 ctest --output-on-failure -j $(JOBS) -LE python
+	@echo "== Python tests: ASan+UBSan build (interpreter with libasan preloaded) =="
+	cd $(ASAN_BUILD) && ctest --output-on-failure -V -L python
 
-# Bounded fuzzing of the compound-file engine (clang build in build-fuzz).
+# Bounded fuzzing of the compound-file and property-set engines (clang build
+# in build-fuzz; FUZZ_SECONDS split between them).
 .PHONY: fuzz bench
 fuzz: deps
 	@FUZZ_BUILD=$(CURDIR)/build-fuzz JOBS=$(JOBS) fuzz/run-fuzz.sh
