@@ -6,7 +6,8 @@
 //   HRESULT hr = CompoundFile::Open(lock_bytes, /*writable=*/false, &file);
 //
 // Direct mode only: every change reaches the lock bytes before a call
-// returns. After Close() (the root storage released) every call answers
+// returns (gathered by sector I/O and written when the outermost change
+// ends, still within the call). After Close() (the root storage released) every call answers
 // STG_E_REVERTED.
 #pragma once
 
@@ -99,11 +100,14 @@ class CompoundFile {
   HRESULT CreateElementNow(uint32_t parent, std::u16string_view name, ObjectType type, uint32_t* id);
   HRESULT DestroyElementNow(uint32_t parent, uint32_t id);
   HRESULT RenameElementNow(uint32_t parent, uint32_t id, std::u16string_view name);
-  HRESULT WriteStreamBytes(StreamData& data, uint64_t position, const void* buffer, uint32_t len);
+  HRESULT WriteStreamBytes(StreamData& data, uint64_t position, const void* buffer, uint32_t len,
+                           DataLife life);
   HRESULT Resize(StreamData& data, uint64_t size, uint64_t zero_until);
   HRESULT ResizeChain(StreamData& data, bool mini, uint64_t units);
+  // Moves len bytes at position between the stream and read_into (or from
+  // write_from, whose bytes live as long as life says).
   HRESULT Transfer(StreamData& data, uint64_t position, uint8_t* read_into,
-                   const uint8_t* write_from, uint32_t len);
+                   const uint8_t* write_from, uint32_t len, DataLife life);
   HRESULT WriteZeros(StreamData& data, uint64_t from, uint64_t to);
   HRESULT FreeStreamChain(const DirEntry& e);
 

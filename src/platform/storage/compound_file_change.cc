@@ -9,19 +9,16 @@
 namespace quillbox::storage {
 
 void CompoundFile::BeginChange() {
-  if (change_depth_++ == 0) io_.BeginJournal();
+  if (change_depth_++ == 0) io_.BeginChange();
 }
 
 HRESULT CompoundFile::EndChange(HRESULT result) {
   if (--change_depth_ > 0) return result;
   if (SUCCEEDED(result)) {
-    // The file grows once to cover every sector the change handed out.
-    const HRESULT grown = io_.CommitReserved();
-    if (SUCCEEDED(grown)) {
-      io_.EndJournal();
-      return result;
-    }
-    result = grown;
+    // What the change gathered reaches the file now, before the call returns.
+    const HRESULT written = io_.Commit();
+    if (SUCCEEDED(written)) return result;
+    result = written;
   }
   HRESULT hr = io_.RollBack();
   if (SUCCEEDED(hr)) hr = Reload();

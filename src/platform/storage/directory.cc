@@ -44,6 +44,7 @@ HRESULT Directory::InitNew() {
     if (FAILED(hr = WriteEntry(i))) return hr;
   }
   trusted_ = {0};
+  ordered_.clear();
   return fat_.WriteHeader();
 }
 
@@ -57,23 +58,26 @@ HRESULT Directory::Load() {
   const uint32_t per = size / kDirEntrySize;
   if (length * per > kMaxRegularStreamId) return CFB_CORRUPT("directory of %llu sectors is too long",
                                                              static_cast<unsigned long long>(length));
-  std::vector<uint8_t> bytes(size);
   entries_.clear();
   sectors_.clear();
   trusted_.clear();
+  ordered_.clear();
   free_hint_ = 1;
   entries_.reserve(length * per);
   uint32_t sector = first;
   for (uint64_t n = 0; n < length; ++n) {
     sectors_.push_back(sector);
-    if (FAILED(hr = fat_.io().Read(sector, 0, bytes.data(), size))) return hr;
+    if (FAILED(hr = fat_.Next(sector, &sector))) return hr;
+  }
+  hr = fat_.io().ReadEach(sectors_, [&](size_t, const uint8_t* bytes) {
     for (uint32_t i = 0; i < per; ++i) {
       DirEntry e;
       e.Read(&bytes[i * kDirEntrySize], fat_.header().major_version);
       entries_.push_back(std::move(e));
     }
-    if (FAILED(hr = fat_.Next(sector, &sector))) return hr;
-  }
+    return S_OK;
+  });
+  if (FAILED(hr)) return hr;
   if (entries_[0].type != ObjectType::kRoot) {
     return CFB_CORRUPT("directory entry 0 is not the root (type %u)",
                        static_cast<unsigned>(entries_[0].type));
@@ -136,12 +140,17 @@ HRESULT Directory::Children(uint32_t parent, std::vector<uint32_t>* out) const {
   return S_OK;
 }
 
-bool Directory::IsOrderedRedBlack(uint32_t parent) const {
+bool Directory::IsOrdered(uint32_t parent) const {
   std::vector<uint32_t> order;
   if (FAILED(Children(parent, &order))) return false;
   for (size_t i = 1; i < order.size(); ++i) {
     if (CompareNames(entries_[order[i - 1]].name, entries_[order[i]].name) >= 0) return false;
   }
+  return true;
+}
+
+bool Directory::IsOrderedRedBlack(uint32_t parent) const {
+  if (!IsOrdered(parent)) return false;
   const uint32_t root = entries_[parent].child;
   if (root == kNoStream) return true;
   if (entries_[root].color != Color::kBlack) return false;
@@ -169,8 +178,13 @@ bool Directory::IsOrderedRedBlack(uint32_t parent) const {
 }
 
 HRESULT Directory::Find(uint32_t parent, std::u16string_view name, uint32_t* id) {
-  if (!trusted_.count(parent) && IsOrderedRedBlack(parent)) trusted_.insert(parent);
-  if (trusted_.count(parent)) {
+  // A tree in name order is searched down one path, balanced or not; the
+  // check is made once per storage until its tree changes.
+  auto known = ordered_.find(parent);
+  if (known == ordered_.end()) {
+    known = ordered_.emplace(parent, trusted_.count(parent) != 0 || IsOrdered(parent)).first;
+  }
+  if (known->second) {
     uint32_t cur = entries_[parent].child;
     for (size_t steps = 0; cur != kNoStream && steps <= entries_.size(); ++steps) {
       const int c = CompareNames(name, entries_[cur].name);
@@ -211,9 +225,10 @@ HRESULT Directory::AllocateEntry(uint32_t* id) {
   sectors_.push_back(sector);
   const size_t first = entries_.size();
   entries_.resize(first + per, BlankEntry());
-  for (size_t i = first; i < entries_.size(); ++i) {
-    if (FAILED(hr = WriteEntry(static_cast<uint32_t>(i)))) return hr;
-  }
+  // The fresh sector is written whole, so nothing of it is read first.
+  std::vector<uint8_t> bytes(fat_.io().sector_size());
+  for (uint32_t i = 0; i < per; ++i) entries_[first + i].Write(&bytes[i * kDirEntrySize]);
+  if (FAILED(hr = fat_.io().Write(sector, 0, bytes.data(), fat_.io().sector_size()))) return hr;
   if (fat_.header().major_version == 4) {
     fat_.header().dir_sector_count = static_cast<uint32_t>(sectors_.size());
     if (FAILED(hr = fat_.WriteHeader())) return hr;
@@ -227,6 +242,7 @@ HRESULT Directory::FreeEntry(uint32_t id) {
   entries_[id] = BlankEntry();
   free_hint_ = std::min<size_t>(free_hint_, id);
   trusted_.erase(id);
+  ordered_.erase(id);
   return WriteEntry(id);
 }
 
@@ -234,6 +250,7 @@ HRESULT Directory::EnsureBalanced(uint32_t parent) {
   if (trusted_.count(parent)) return S_OK;
   if (IsOrderedRedBlack(parent)) {
     trusted_.insert(parent);
+    ordered_[parent] = true;
     return S_OK;
   }
   // Leniency ([MS-CFB] 2.6.4): an unbalanced or all-red tree from another
@@ -246,6 +263,7 @@ HRESULT Directory::EnsureBalanced(uint32_t parent) {
   });
   if (FAILED(hr = Rebuild(parent, std::move(ids)))) return hr;
   trusted_.insert(parent);
+  ordered_[parent] = true;
   return S_OK;
 }
 
@@ -345,6 +363,7 @@ HRESULT Directory::Remove(uint32_t parent, uint32_t id) {
   });
   if (FAILED(hr = Rebuild(parent, std::move(ids)))) return hr;
   trusted_.insert(parent);
+  ordered_[parent] = true;
   return S_OK;
 }
 

@@ -1,10 +1,11 @@
 // The directory, over the FAT allocator: 128-byte entries held in memory and
-// written back one at a time, each storage's children kept as a red-black
+// written back one at a time (through sector I/O's cache), each storage's children kept as a red-black
 // tree ordered by the format's name rule ([MS-CFB] 2.6.4).
 // Thread safety: none; the engine's lock guards every layer.
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <set>
 #include <string_view>
 #include <vector>
@@ -43,6 +44,7 @@ class Directory {
 
  private:
   HRESULT CheckTree();
+  bool IsOrdered(uint32_t parent) const;
   bool IsOrderedRedBlack(uint32_t parent) const;
   HRESULT EnsureBalanced(uint32_t parent);
   HRESULT Rebuild(uint32_t parent, std::vector<uint32_t> ids);
@@ -51,6 +53,7 @@ class Directory {
   std::vector<DirEntry> entries_;
   std::vector<uint32_t> sectors_;   // the directory chain
   std::set<uint32_t> trusted_;      // storages whose tree is checked ordered and balanced
+  std::map<uint32_t, bool> ordered_;  // storages whose tree was checked: searchable by name?
   size_t free_hint_ = 1;
 };
 

@@ -24,11 +24,10 @@ HRESULT Fat::InitNew(uint16_t major_version) {
   fat_sectors_ = {0};
   difat_sectors_.clear();
   free_hint_ = 1;
-  HRESULT hr = io_.EnsureSector(0);
-  if (FAILED(hr)) return hr;
+  io_.Reserve(0);
   std::vector<uint8_t> bytes(io_.sector_size());
   for (uint32_t i = 0; i < EntriesPerSector(); ++i) StoreU32(&bytes[4 * i], entries_[i]);
-  hr = io_.Write(0, 0, bytes.data(), io_.sector_size());
+  HRESULT hr = io_.Write(0, 0, bytes.data(), io_.sector_size());
   if (FAILED(hr)) return hr;
   return WriteHeader();
 }
@@ -82,7 +81,6 @@ HRESULT Fat::Load(const CfbHeader& header) {
   std::vector<bool> seen(sectors, false);
   const uint32_t per = EntriesPerSector();
   entries_.assign(static_cast<size_t>(fat_sectors.size()) * per, kFreeSector);
-  std::vector<uint8_t> bytes(io_.sector_size());
   for (size_t n = 0; n < fat_sectors.size(); ++n) {
     const uint32_t s = fat_sectors[n];
     if (s >= sectors) {
@@ -91,10 +89,12 @@ HRESULT Fat::Load(const CfbHeader& header) {
     }
     if (seen[s]) return CFB_CORRUPT("sector %u listed twice as a FAT sector", s);
     seen[s] = true;
-    hr = io_.Read(s, 0, bytes.data(), io_.sector_size());
-    if (FAILED(hr)) return hr;
-    for (uint32_t i = 0; i < per; ++i) entries_[n * per + i] = LoadU32(&bytes[4 * i]);
   }
+  hr = io_.ReadEach(fat_sectors, [&](size_t n, const uint8_t* bytes) {
+    for (uint32_t i = 0; i < per; ++i) entries_[n * per + i] = LoadU32(&bytes[4 * i]);
+    return S_OK;
+  });
+  if (FAILED(hr)) return hr;
   fat_sectors_ = std::move(fat_sectors);
   // Each sector may follow at most one other: two chains merging would let
   // one element's writes land in another's data.
@@ -184,7 +184,7 @@ HRESULT Fat::GrowFat() {
       std::vector<uint8_t> blank(io_.sector_size());
       for (uint32_t i = 0; i < per; ++i) StoreU32(&blank[4 * i], kFreeSector);
       StoreU32(&blank[4 * (per - 1)], kEndOfChain);
-      if (FAILED(hr = io_.EnsureSector(difat))) return hr;
+      io_.Reserve(difat);
       if (FAILED(hr = io_.Write(difat, 0, blank.data(), io_.sector_size()))) return hr;
       if (difat_sectors_.empty()) {
         header_.first_difat_sector = difat;
@@ -206,7 +206,7 @@ HRESULT Fat::GrowFat() {
   std::vector<uint8_t> bytes(io_.sector_size());
   const size_t base = static_cast<size_t>(n) * per;
   for (uint32_t i = 0; i < per; ++i) StoreU32(&bytes[4 * i], entries_[base + i]);
-  if (FAILED(hr = io_.EnsureSector(fat_sector))) return hr;
+  io_.Reserve(fat_sector);
   if (FAILED(hr = io_.Write(fat_sector, 0, bytes.data(), io_.sector_size()))) return hr;
   // Earlier entries may describe the new sectors too (coverage runs ahead
   // of position), so rewrite the entries of the sectors just taken.

@@ -1,6 +1,7 @@
 // The FAT/DIFAT allocator, over sector I/O: the whole FAT is held in memory
 // (checked once when loaded), sectors are handed out lowest-free-first and
-// freed ones are reused, and every change to an entry is written at once.
+// freed ones are reused, and every change to an entry goes to sector I/O
+// (which writes it before the call that made it returns).
 // It owns the header, since most header fields describe the FAT.
 // Thread safety: none; the engine's lock guards every layer.
 #pragma once

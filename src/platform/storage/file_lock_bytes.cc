@@ -7,11 +7,15 @@
 #include <fcntl.h>
 #include <stdlib.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <climits>
 #include <cstring>
 #include <filesystem>
+#include <vector>
 
 #include "platform/com/utf.h"
 #include "platform/storage/stg_modes.h"
@@ -216,6 +220,36 @@ STDMETHODIMP FileLockBytes::WriteAt(ULARGE_INTEGER ulOffset, const void* pv, ULO
     done += static_cast<ULONG>(n);
   }
   if (pcbWritten) *pcbWritten = done;
+  return S_OK;
+}
+
+STDMETHODIMP FileLockBytes::WriteGather(ULARGE_INTEGER offset, const iovec* pieces, ULONG count) {
+  if (!pieces && count > 0) return STG_E_INVALIDPOINTER;
+  std::vector<iovec> left(pieces, pieces + count);
+  size_t first = 0;
+  uint64_t at = offset.QuadPart;
+  while (first < left.size()) {
+    const int n = static_cast<int>(std::min<size_t>(left.size() - first, IOV_MAX));
+    const ssize_t wrote = pwritev(fd_, &left[first], n, static_cast<off_t>(at));
+    if (wrote < 0) {
+      if (errno == EINTR) continue;
+      return ErrnoToStorageError(errno, STG_E_WRITEFAULT);
+    }
+    if (wrote == 0) return STG_E_MEDIUMFULL;
+    at += static_cast<uint64_t>(wrote);
+    // Step past what went out; a short write resumes mid-piece.
+    for (size_t done = static_cast<size_t>(wrote); done > 0 && first < left.size();) {
+      if (done >= left[first].iov_len) {
+        done -= left[first].iov_len;
+        ++first;
+      } else {
+        left[first].iov_base = static_cast<char*>(left[first].iov_base) + done;
+        left[first].iov_len -= done;
+        done = 0;
+      }
+    }
+    while (first < left.size() && left[first].iov_len == 0) ++first;
+  }
   return S_OK;
 }
 

@@ -1,4 +1,4 @@
-// ILockBytes over a file descriptor: pread/pwrite at offsets (never the
+// ILockBytes over a file descriptor: pread/pwrite(v) at offsets (never the
 // whole file in memory), ftruncate for size, and the share modes of STGM
 // kept between opens (in one process or several) by OFD byte-range locks.
 // Thread safety: calls may come from any thread; pread/pwrite need no lock.
@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/com/com_object.h"
+#include "platform/storage/gather_lock_bytes.h"
 #include "quillbox/objidl.h"
 
 namespace quillbox::storage {
@@ -17,7 +18,7 @@ enum class FileOpen {
   kCreateAlways,  // emptied once the share locks are held
 };
 
-class FileLockBytes final : public com::ComObject<FileLockBytes, ILockBytes> {
+class FileLockBytes final : public com::ComObject<FileLockBytes, ILockBytes, IGatherLockBytes> {
  public:
   // Opens path (UTF-8) for mode's access and takes mode's share locks.
   // Errors: STG_E_FILENOTFOUND, STG_E_PATHNOTFOUND, STG_E_ACCESSDENIED,
@@ -39,6 +40,8 @@ class FileLockBytes final : public com::ComObject<FileLockBytes, ILockBytes> {
   STDMETHODIMP LockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) override;
   STDMETHODIMP UnlockRegion(ULARGE_INTEGER libOffset, ULARGE_INTEGER cb, DWORD dwLockType) override;
   STDMETHODIMP Stat(STATSTG* pstatstg, DWORD grfStatFlag) override;
+  // pwritev: one call for a run of pieces.
+  STDMETHODIMP WriteGather(ULARGE_INTEGER offset, const iovec* pieces, ULONG count) override;
 
  private:
   HRESULT TakeShareLocks(DWORD mode);

@@ -1,5 +1,5 @@
-// The mini allocator: loading with checks, allocation, freeing and mini
-// sector I/O through the mini stream.
+// The mini allocator: loading with checks, allocation, freeing, and where
+// mini sectors lie in the file.
 #include "platform/storage/mini_fat.h"
 
 #include <algorithm>
@@ -36,13 +36,11 @@ HRESULT MiniFat::Load() {
   if (FAILED(hr)) return hr;
   const uint32_t per = fat_.EntriesPerSector();
   entries_.assign(fat_sectors_.size() * per, kFreeSector);
-  std::vector<uint8_t> bytes(fat_.io().sector_size());
-  for (size_t n = 0; n < fat_sectors_.size(); ++n) {
-    if (FAILED(hr = fat_.io().Read(fat_sectors_[n], 0, bytes.data(), fat_.io().sector_size()))) {
-      return hr;
-    }
+  hr = fat_.io().ReadEach(fat_sectors_, [&](size_t n, const uint8_t* bytes) {
     for (uint32_t i = 0; i < per; ++i) entries_[n * per + i] = LoadU32(&bytes[4 * i]);
-  }
+    return S_OK;
+  });
+  if (FAILED(hr)) return hr;
   free_hint_ = 0;
   stream_sectors_.clear();
   const DirEntry& root = directory_.entry(0);
@@ -154,30 +152,15 @@ HRESULT MiniFat::FreeChain(uint32_t mini) {
   return S_OK;
 }
 
-HRESULT MiniFat::Locate(uint32_t mini, uint32_t offset, uint32_t* sector, uint32_t* within) const {
+HRESULT MiniFat::FileOffset(uint32_t mini, uint64_t* offset) const {
   if (mini >= Capacity()) {
     return CFB_CORRUPT("mini sector %u lies beyond the mini stream (%llu mini sectors)", mini,
                        static_cast<unsigned long long>(Capacity()));
   }
-  const uint64_t at = static_cast<uint64_t>(mini) * kMiniSectorSize + offset;
+  const uint64_t at = static_cast<uint64_t>(mini) * kMiniSectorSize;
   const uint32_t size = fat_.io().sector_size();
-  *sector = stream_sectors_[at / size];
-  *within = static_cast<uint32_t>(at % size);
+  *offset = fat_.io().SectorOffset(stream_sectors_[at / size]) + at % size;
   return S_OK;
-}
-
-HRESULT MiniFat::Read(uint32_t mini, uint32_t offset, void* buffer, uint32_t len) {
-  uint32_t sector = 0, within = 0;
-  HRESULT hr = Locate(mini, offset, &sector, &within);
-  if (FAILED(hr)) return hr;
-  return fat_.io().Read(sector, within, buffer, len);
-}
-
-HRESULT MiniFat::Write(uint32_t mini, uint32_t offset, const void* buffer, uint32_t len) {
-  uint32_t sector = 0, within = 0;
-  HRESULT hr = Locate(mini, offset, &sector, &within);
-  if (FAILED(hr)) return hr;
-  return fat_.io().Write(sector, within, buffer, len, /*journal=*/false);  // stream data
 }
 
 }  // namespace quillbox::storage

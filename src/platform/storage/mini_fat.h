@@ -1,6 +1,6 @@
 // The mini allocator, over the FAT and the directory: 64-byte mini sectors
 // inside the mini stream (the root entry's chain), with the mini FAT held in
-// memory and every change written at once. Streams under 4,096 bytes live
+// memory and every change written through sector I/O. Streams under 4,096 bytes live
 // here ([MS-CFB] 2.4, 2.5).
 // Thread safety: none; the engine's lock guards every layer.
 #pragma once
@@ -28,15 +28,13 @@ class MiniFat {
   HRESULT FreeChain(uint32_t mini);
   HRESULT SetNext(uint32_t mini, uint32_t next) { return SetEntry(mini, next); }
 
-  // Bytes within one mini sector. REQUIRES: offset + len <= 64.
-  HRESULT Read(uint32_t mini, uint32_t offset, void* buffer, uint32_t len);
-  HRESULT Write(uint32_t mini, uint32_t offset, const void* buffer, uint32_t len);
+  // Where mini sector mini starts in the file.
+  HRESULT FileOffset(uint32_t mini, uint64_t* offset) const;
 
  private:
   HRESULT SetEntry(uint32_t index, uint32_t value);
   HRESULT GrowMiniFat();
   HRESULT GrowMiniStream(uint32_t mini);
-  HRESULT Locate(uint32_t mini, uint32_t offset, uint32_t* sector, uint32_t* within) const;
   uint64_t Capacity() const;  // mini sectors the mini stream's chain can hold
 
   Fat& fat_;

@@ -1,5 +1,5 @@
-// Sector I/O over any ILockBytes: offsets, short-file leniency and the
-// read-only guard.
+// Sector I/O over any ILockBytes: offsets, short-file leniency, the
+// read-only guard, and the structure cache that reads see.
 #include "platform/storage/sector_io.h"
 
 #include <cstring>
@@ -8,12 +8,28 @@
 
 namespace quillbox::storage {
 
+SectorIo::SectorIo(ComPtr<ILockBytes> bytes, bool writable)
+    : bytes_(std::move(bytes)), writable_(writable) {
+  if (bytes_) bytes_.try_as(gather_);
+}
+
 HRESULT SectorIo::Init() {
   STATSTG stat{};
   HRESULT hr = bytes_->Stat(&stat, STATFLAG_NONAME);
   if (FAILED(hr)) return hr;
   file_size_ = stat.cbSize.QuadPart;
   return S_OK;
+}
+
+void SectorIo::SetSectorShift(uint16_t shift) {
+  if (shift != shift_) cache_.clear();  // blocks are sectors
+  shift_ = shift;
+}
+
+void SectorIo::Rebind(ComPtr<ILockBytes> bytes) {
+  bytes_ = std::move(bytes);
+  gather_ = nullptr;
+  if (bytes_) bytes_.try_as(gather_);
 }
 
 uint64_t SectorIo::SectorCount() const {
@@ -38,7 +54,7 @@ HRESULT SectorIo::CommitReserved() {
   return S_OK;
 }
 
-HRESULT SectorIo::ReadAt(uint64_t offset, void* buffer, uint32_t len) {
+HRESULT SectorIo::ReadNow(uint64_t offset, void* buffer, uint32_t len) {
   auto* out = static_cast<uint8_t*>(buffer);
   uint32_t available = 0;
   if (offset < file_size_) {
@@ -56,23 +72,25 @@ HRESULT SectorIo::ReadAt(uint64_t offset, void* buffer, uint32_t len) {
   return S_OK;
 }
 
-HRESULT SectorIo::WriteAt(uint64_t offset, const void* buffer, uint32_t len, bool journal) {
-  if (!writable_) return STG_E_ACCESSDENIED;
-  if (journaling_ && journal && offset < journal_size_) {
-    // Bytes past the size the change began with go with a truncation instead.
-    const uint64_t kept = journal_size_ - offset;
-    Undo undo{offset, std::vector<uint8_t>(kept < len ? kept : len)};
-    HRESULT hr = ReadAt(offset, undo.old.data(), static_cast<uint32_t>(undo.old.size()));
+HRESULT SectorIo::ReadAt(uint64_t offset, void* buffer, uint32_t len) {
+  // Queued data that the read covers goes out first; structure changes
+  // are laid over what the file holds.
+  if (!data_.empty() && offset < data_high_ && offset + len > data_low_) {
+    HRESULT hr = FlushData();
     if (FAILED(hr)) return hr;
-    journal_.push_back(std::move(undo));
   }
-  ULARGE_INTEGER at;
-  at.QuadPart = offset;
-  ULONG written = 0;
-  HRESULT hr = bytes_->WriteAt(at, buffer, len, &written);
-  if (FAILED(hr)) return hr;
-  if (written != len) return STG_E_MEDIUMFULL;
-  if (offset + len > file_size_) file_size_ = offset + len;
+  HRESULT hr = ReadNow(offset, buffer, len);
+  if (FAILED(hr) || changed_.empty() || len == 0) return hr;
+  auto* out = static_cast<uint8_t*>(buffer);
+  const uint64_t size = sector_size();
+  for (auto it = changed_.lower_bound(BlockOf(offset)); it != changed_.end(); ++it) {
+    const uint64_t start = it->first << shift_;
+    if (start >= offset + len) break;
+    const std::vector<uint8_t>& block = cache_[it->first];
+    const uint64_t from = start > offset ? start : offset;
+    const uint64_t to = start + size < offset + len ? start + size : offset + len;
+    std::memcpy(out + (from - offset), block.data() + (from - start), to - from);
+  }
   return S_OK;
 }
 
@@ -80,55 +98,23 @@ HRESULT SectorIo::Read(uint32_t sector, uint32_t offset, void* buffer, uint32_t 
   return ReadAt(SectorOffset(sector) + offset, buffer, len);
 }
 
-HRESULT SectorIo::Write(uint32_t sector, uint32_t offset, const void* buffer, uint32_t len,
-                        bool journal) {
-  return WriteAt(SectorOffset(sector) + offset, buffer, len, journal);
-}
-
-void SectorIo::BeginJournal() {
-  journaling_ = true;
-  journal_size_ = file_size_;
-  journal_.clear();
-}
-
-void SectorIo::EndJournal() {
-  journaling_ = false;
-  journal_.clear();
-  journal_.shrink_to_fit();
-}
-
-HRESULT SectorIo::RollBack() {
-  journaling_ = false;
-  HRESULT result = S_OK;
-  for (auto undo = journal_.rbegin(); undo != journal_.rend(); ++undo) {
-    HRESULT hr = WriteAt(undo->offset, undo->old.data(), static_cast<uint32_t>(undo->old.size()), false);
-    if (FAILED(hr)) result = hr;
+HRESULT SectorIo::WriteNow(uint64_t offset, const void* buffer, uint32_t len) {
+  if (len == 0) return S_OK;
+  ULARGE_INTEGER at;
+  at.QuadPart = offset;
+  ULONG written = 0;
+  HRESULT hr = bytes_->WriteAt(at, buffer, len, &written);
+  if (SUCCEEDED(hr) && written != len) hr = STG_E_MEDIUMFULL;
+  if (FAILED(hr)) {
+    NoteFailedWrite(offset + len);
+    return hr;
   }
-  reserved_end_ = 0;
-  if (file_size_ > journal_size_) {
-    ULARGE_INTEGER size;
-    size.QuadPart = journal_size_;
-    HRESULT hr = bytes_->SetSize(size);
-    if (FAILED(hr)) {
-      result = hr;
-    } else {
-      file_size_ = journal_size_;
-    }
-  }
-  EndJournal();
-  return result;
-}
-
-HRESULT SectorIo::EnsureSector(uint32_t sector) {
-  if (!writable_) return STG_E_ACCESSDENIED;
-  const uint64_t end = SectorOffset(sector) + sector_size();
-  if (end <= file_size_) return S_OK;
-  ULARGE_INTEGER size;
-  size.QuadPart = end;
-  HRESULT hr = bytes_->SetSize(size);
-  if (FAILED(hr)) return hr;
-  file_size_ = end;
+  if (offset + len > file_size_) file_size_ = offset + len;
   return S_OK;
+}
+
+HRESULT SectorIo::Write(uint32_t sector, uint32_t offset, const void* buffer, uint32_t len) {
+  return WriteAt(SectorOffset(sector) + offset, buffer, len);
 }
 
 HRESULT SectorIo::WriteHeader(const CfbHeader& header) {

@@ -162,7 +162,8 @@ STDMETHODIMP Storage::SwitchToFile(LPOLESTR pszFile) {
     if (file_->closed()) return STG_E_REVERTED;
     const std::string path = com::Utf16ToUtf8(std::u16string_view(pszFile, com::WideLength(pszFile)));
     ComPtr<FileLockBytes> target;
-    HRESULT hr = FileLockBytes::Open(path, FileOpen::kCreateAlways,
+    // The new file must not exist yet: an existing one is never overwritten.
+    HRESULT hr = FileLockBytes::Open(path, FileOpen::kCreateNew,
                                      (mode_ & ~0x70u) | STGM_READWRITE | STGM_SHARE_EXCLUSIVE, &target);
     if (FAILED(hr)) return hr;
     ILockBytes* source = file_->lock_bytes();

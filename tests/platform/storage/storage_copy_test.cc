@@ -1,6 +1,8 @@
 // CopyTo with exclusions, MoveElementTo, and SwitchToFile.
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "cfb_test_util.h"
 #include "quillbox/objbase.h"
 #include "support/test_support.h"
@@ -100,6 +102,17 @@ TEST_F(StorageCopyTest, MoveElementToChecksArguments) {
   EXPECT_EQ(source_->MoveElementTo(u"one", nullptr, u"x", STGMOVE_COPY), STG_E_INVALIDPOINTER);
   PutStream(target_.get(), "taken", {1});
   EXPECT_EQ(source_->MoveElementTo(u"one", target_.get(), u"taken", STGMOVE_COPY), STG_E_FILEALREADYEXISTS);
+}
+
+TEST_F(StorageCopyTest, SwitchToFileRefusesAnExistingFileAndLeavesItAlone) {
+  ComPtr<IRootStorage> root;
+  ASSERT_EQ(source_.try_as(root), S_OK);
+  const auto taken = dir_ / "taken.cfb";
+  std::ofstream(taken) << "keep";
+  std::u16string name = W(taken.string());
+  EXPECT_EQ(root->SwitchToFile(name.data()), STG_E_FILEALREADYEXISTS);
+  EXPECT_EQ(ReadBytes(taken), (std::vector<uint8_t>{'k', 'e', 'e', 'p'}));
+  PutStream(source_.get(), "still here", {1});
 }
 
 TEST_F(StorageCopyTest, SwitchToFileContinuesInTheNewFile) {
