@@ -3,15 +3,30 @@
 
 #include "frame/class_table.h"
 #include "quillbox/coml2api.h"
+#include "quillbox/hglobal.h"
+#include "storage/compound_document.h"
+#include "storage/storage.h"
+#include "storage/storage_messages.h"
 
 namespace quillbox::storage_tree {
 namespace {
 
-// Messages of the library's table used here.
-constexpr UINT kMsgInvalidPointer = 209;
-constexpr UINT kMsgNotSupported = 230;
+// Direct mode throughout: every write reaches the file at once.
+constexpr DWORD kCreateDocumentMode = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;    // 0x12, never overwrites
+constexpr DWORD kOpenReadWriteMode = STGM_READWRITE | STGM_SHARE_EXCLUSIVE;     // 0x12
+constexpr DWORD kOpenReadOnlyMode = STGM_READ | STGM_SHARE_DENY_WRITE;          // 0x20
+constexpr DWORD kMemoryStorageMode = STGM_CREATE | STGM_READWRITE | STGM_SHARE_EXCLUSIVE;  // 0x1012
 
 const bool g_registered = frame::RegisterClassCreator(CLSID_StructuredStorage, &StructuredStorage::Create);
+
+// Wraps a platform root storage in a new document.
+HRESULT MakeDocument(IStorage* root, BSTR filename, bool read_only, ComPtr<CompoundDocument>* document) {
+  ComPtr<CompoundDocument> made = com::MakeObject<CompoundDocument>();
+  if (!made) return E_OUTOFMEMORY;
+  made->Initialize(root, filename, read_only);
+  *document = std::move(made);
+  return S_OK;
+}
 
 }  // namespace
 
@@ -21,17 +36,32 @@ HRESULT StructuredStorage::Create(REFIID riid, void** ppv) {
   return object->QueryInterface(riid, ppv);
 }
 
-// The members that hand out documents, storages, streams and file property
-// sets wait for those classes: until then they refuse before touching any
-// file, so nothing is created that no object could own.
-STDMETHODIMP StructuredStorage::CreateDocument(BSTR, _CompoundDocument** result) {
+STDMETHODIMP StructuredStorage::CreateDocument(BSTR filename, _CompoundDocument** result) {
   if (!result) return Report(kMsgInvalidPointer, STG_E_INVALIDPOINTER);
-  return Report(kMsgNotSupported, E_NOTIMPL);
+  ComPtr<IStorage> root;
+  HRESULT hr = StgCreateDocfile(filename ? filename : u"", kCreateDocumentMode, 0, root.put());
+  if (FAILED(hr)) return Report(MessageFor(hr, kCreateFileMessages), hr);
+  ComPtr<CompoundDocument> document;
+  hr = MakeDocument(root.get(), filename, false, &document);
+  if (FAILED(hr)) return Report(kMsgOutOfMemory, hr);  // the new file stays on disk, empty
+  *result = document.detach();
+  return S_OK;
 }
 
-STDMETHODIMP StructuredStorage::OpenDocument(BSTR, VARIANT_BOOL, _CompoundDocument** result) {
+// readOnly non-zero opens the file read-only, but only True (-1) makes the
+// document read-only: with 1 the platform refuses later writes (208)
+// instead of the library (205).
+STDMETHODIMP StructuredStorage::OpenDocument(BSTR filename, VARIANT_BOOL read_only, _CompoundDocument** result) {
   if (!result) return Report(kMsgInvalidPointer, STG_E_INVALIDPOINTER);
-  return Report(kMsgNotSupported, E_NOTIMPL);
+  ComPtr<IStorage> root;
+  const DWORD mode = read_only != 0 ? kOpenReadOnlyMode : kOpenReadWriteMode;
+  HRESULT hr = StgOpenStorage(filename ? filename : u"", nullptr, mode, nullptr, 0, root.put());
+  if (FAILED(hr)) return Report(MessageFor(hr, kOpenFileMessages), hr);
+  ComPtr<CompoundDocument> document;
+  hr = MakeDocument(root.get(), filename, read_only == VARIANT_TRUE, &document);
+  if (FAILED(hr)) return Report(kMsgOutOfMemory, hr);
+  *result = document.detach();
+  return S_OK;
 }
 
 STDMETHODIMP StructuredStorage::NtfsFilePropertySets(BSTR, VARIANT_BOOL, _NtfsFilePropertySets** result) {
@@ -44,9 +74,24 @@ STDMETHODIMP StructuredStorage::CreateMemoryStream(_Stream** result) {
   return Report(kMsgNotSupported, E_NOTIMPL);
 }
 
+// A storage in memory: a root without parent or document, gone with its
+// last reference.
 STDMETHODIMP StructuredStorage::CreateMemoryStorage(_Storage** result) {
   if (!result) return Report(kMsgInvalidPointer, STG_E_INVALIDPOINTER);
-  return Report(kMsgNotSupported, E_NOTIMPL);
+  ComPtr<ILockBytes> bytes;
+  if (FAILED(CreateILockBytesOnHGlobal(nullptr, TRUE, bytes.put()))) return Report(kMsgUnexpected, E_UNEXPECTED);
+  ComPtr<IStorage> storage;
+  if (FAILED(StgCreateDocfileOnILockBytes(bytes.get(), kMemoryStorageMode, 0, storage.put()))) {
+    return Report(kMsgUnexpected, E_UNEXPECTED);
+  }
+  bytes.reset();  // the storage keeps the bytes alive
+  ComPtr<Storage> made = com::MakeObject<Storage>();
+  if (!made) return Report(kMsgOutOfMemory, E_OUTOFMEMORY);
+  UINT message = kMsgUnexpected;
+  const HRESULT hr = made->Initialize(0, &message, storage.get(), false, nullptr, nullptr);
+  if (FAILED(hr)) return Report(message, hr);
+  *result = made.detach();
+  return S_OK;
 }
 
 STDMETHODIMP StructuredStorage::RegisterDocument(BSTR, BSTR, BSTR, BSTR, BSTR, LONG, VARIANT_BOOL) {

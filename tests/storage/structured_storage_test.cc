@@ -1,9 +1,11 @@
 // StructuredStorage: created through the class registry, bound early and
-// late, and its members' answers while the classes they hand out are not
-// part of the library yet.
+// late; documents created and opened, memory storages, and the answers of
+// members whose classes are not part of the library yet.
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iterator>
+#include <string>
 
 #include "quillbox/platform.h"
 #include "quillbox/quillbox.h"
@@ -21,6 +23,19 @@ ComPtr<_StructuredStorage> MakeRoot() {
 }
 
 std::u16string Wide(const std::string& s) { return std::u16string(s.begin(), s.end()); }
+
+// A BSTR freed at the end of the full expression that made it.
+class SysAllocStringHolder {
+ public:
+  explicit SysAllocStringHolder(const std::u16string& text) : value_(SysAllocString(text.c_str())) {}
+  ~SysAllocStringHolder() { SysFreeString(value_); }
+  SysAllocStringHolder(const SysAllocStringHolder&) = delete;
+  SysAllocStringHolder& operator=(const SysAllocStringHolder&) = delete;
+  BSTR get() const { return value_; }
+
+ private:
+  BSTR value_;
+};
 
 std::u16string TakeDescription() {
   ComPtr<IErrorInfo> info;
@@ -80,9 +95,83 @@ TEST(StructuredStorage, MembersOfLaterClassesAreNotSupportedYet) {
   ComPtr<_Stream> stream;
   EXPECT_EQ(root->CreateMemoryStream(stream.put()), E_NOTIMPL);
   EXPECT_EQ(TakeDescription(), u"Not supported.");
+  ComPtr<_NtfsFilePropertySets> sets;
+  EXPECT_EQ(root->NtfsFilePropertySets(nullptr, VARIANT_FALSE, sets.put()), E_NOTIMPL);
+  EXPECT_FALSE(sets);
+}
+
+TEST(StructuredStorage, CreateMemoryStorageGivesAnUnnamedWorkingStorage) {
   ComPtr<_Storage> storage;
-  EXPECT_EQ(root->CreateMemoryStorage(storage.put()), E_NOTIMPL);
-  EXPECT_FALSE(storage);
+  ASSERT_EQ(MakeRoot()->CreateMemoryStorage(storage.put()), S_OK);
+  ComPtr<_Storages> storages;
+  ASSERT_EQ(storage->get_Storages(storages.put()), S_OK);
+  ComPtr<_Storage> child;
+  EXPECT_EQ(storages->Add(SysAllocStringHolder(u"child").get(), child.put()), S_OK);
+  LONG count = 0;
+  ASSERT_EQ(storages->get_Count(&count), S_OK);
+  EXPECT_EQ(count, 1);
+}
+
+TEST(StructuredStorage, CreateDocumentOnAnExistingFileFailsAndLeavesItUntouched) {
+  quillbox::testing::ScratchDir dir;
+  std::ofstream(dir / "a.doc") << "keep me";
+  ComPtr<_CompoundDocument> document;
+  EXPECT_EQ(MakeRoot()->CreateDocument(SysAllocStringHolder(Wide((dir / "a.doc").string())).get(), document.put()),
+            STG_E_FILEALREADYEXISTS);
+  EXPECT_EQ(TakeDescription(), u"File already exist.");
+  EXPECT_FALSE(document);
+  std::ifstream in(dir / "a.doc");
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  EXPECT_EQ(text, "keep me");
+}
+
+TEST(StructuredStorage, OpenDocumentOnATextFileIsNotAStorage) {
+  quillbox::testing::ScratchDir dir;
+  std::ofstream(dir / "a.txt") << "plain text, long enough to be more than nothing";
+  ComPtr<_CompoundDocument> document;
+  EXPECT_EQ(MakeRoot()->OpenDocument(SysAllocStringHolder(Wide((dir / "a.txt").string())).get(), VARIANT_FALSE,
+                                     document.put()),
+            STG_E_FILEALREADYEXISTS);
+  EXPECT_EQ(TakeDescription(), u"The file is not a storage object or is in an old and unsupported format.");
+}
+
+TEST(StructuredStorage, OpenDocumentOfAMissingFileGivesFileNotFound) {
+  quillbox::testing::ScratchDir dir;
+  ComPtr<_CompoundDocument> document;
+  EXPECT_EQ(MakeRoot()->OpenDocument(SysAllocStringHolder(Wide((dir / "none.doc").string())).get(), VARIANT_TRUE,
+                                     document.put()),
+            STG_E_FILENOTFOUND);
+  EXPECT_EQ(TakeDescription(), u"File not found.");
+}
+
+TEST(StructuredStorage, OpenDocumentReadOnlyOfAFileOpenForWritingIsAShareOrLockViolation) {
+  quillbox::testing::ScratchDir dir;
+  const std::u16string path = Wide((dir / "a.doc").string());
+  ComPtr<_CompoundDocument> writer;
+  ASSERT_EQ(MakeRoot()->CreateDocument(SysAllocStringHolder(path).get(), writer.put()), S_OK);
+  ComPtr<_CompoundDocument> reader;
+  const HRESULT hr = MakeRoot()->OpenDocument(SysAllocStringHolder(path).get(), VARIANT_TRUE, reader.put());
+  const std::u16string description = TakeDescription();
+  if (hr == STG_E_SHAREVIOLATION) {
+    EXPECT_EQ(description, u"Share violation.");
+  } else {
+    EXPECT_EQ(hr, STG_E_LOCKVIOLATION);
+    EXPECT_EQ(description, u"Lock violation.");
+  }
+  EXPECT_FALSE(reader);
+}
+
+TEST(StructuredStorage, CreatedDocumentOpensAgainAfterItsRelease) {
+  quillbox::testing::ScratchDir dir;
+  const std::u16string path = Wide((dir / "a.doc").string());
+  ComPtr<_CompoundDocument> document;
+  ASSERT_EQ(MakeRoot()->CreateDocument(SysAllocStringHolder(path).get(), document.put()), S_OK);
+  document.reset();
+  ASSERT_EQ(MakeRoot()->OpenDocument(SysAllocStringHolder(path).get(), VARIANT_FALSE, document.put()), S_OK);
+  BSTR name = nullptr;
+  ASSERT_EQ(document->get_filename(&name), S_OK);
+  EXPECT_EQ(std::u16string(name), path);
+  SysFreeString(name);
 }
 
 TEST(StructuredStorage, AnswersErrorInfoSupportForItsInterfaceOnly) {
@@ -118,7 +207,8 @@ TEST(StructuredStorage, LateBoundFailureCarriesTheMessage) {
   EXCEPINFO ex{};
   VARIANT result;
   VariantInit(&result);
-  EXPECT_EQ(disp->Invoke(1004, IID_NULL, 0, DISPATCH_METHOD, &none, &result, &ex, nullptr), DISP_E_EXCEPTION);
+  // CreateMemoryStream: not supported until the Stream class exists.
+  EXPECT_EQ(disp->Invoke(1003, IID_NULL, 0, DISPATCH_METHOD, &none, &result, &ex, nullptr), DISP_E_EXCEPTION);
   EXPECT_EQ(ex.scode, E_NOTIMPL);
   EXPECT_EQ(std::u16string(ex.bstrDescription), u"Not supported.");
   SysFreeString(ex.bstrDescription);
