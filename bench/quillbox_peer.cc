@@ -3,6 +3,7 @@
 // one JSON line per call, in the protocol of run-peers.sh:
 //   quillbox_peer W1 <dir> | W1r <file> | W2 <dir> <mib> | W2r <file> <mib>
 //                 | W3 <dir> <n> | W4 <file> | W4-rewrite <file>
+// (W3, the metadata scan, is in w3_scan.cc.)
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -12,9 +13,12 @@
 #include <string>
 #include <vector>
 
+#include "crc32.h"
 #include "quillbox/platform.h"
+#include "w3_scan.h"
 
 using quillbox::ComPtr;
+using quillbox::bench::Crc32;
 
 namespace {
 
@@ -53,29 +57,6 @@ struct Layout {
       add_off[s] = next() % 57345;
     }
   }
-};
-
-// CRC-32 as zlib computes it (reflected 0xEDB88320), so checksums match the
-// other peers.
-class Crc32 {
- public:
-  Crc32() {
-    for (uint32_t i = 0; i < 256; ++i) {
-      uint32_t c = i;
-      for (int k = 0; k < 8; ++k) c = (c & 1) ? 0xEDB88320u ^ (c >> 1) : c >> 1;
-      table_[i] = c;
-    }
-  }
-  void Add(const unsigned char* p, size_t n) {
-    uint32_t c = ~crc_;
-    for (size_t i = 0; i < n; ++i) c = table_[(c ^ p[i]) & 0xFF] ^ (c >> 8);
-    crc_ = ~c;
-  }
-  uint32_t value() const { return crc_; }
-
- private:
-  uint32_t table_[256];
-  uint32_t crc_ = 0;
 };
 
 double Now() {
@@ -346,6 +327,25 @@ void DoW4Rewrite(const Layout& layout, const std::string& path) {
        SUCCEEDED(hr) ? "new file: CopyTo, the same changes, rename over the original" : Failure("W4-rewrite", hr));
 }
 
+// ---- W3 ----
+
+void DoW3(const std::string& dir, int files) {
+  const double t0 = Now();
+  const quillbox::bench::W3Result result = quillbox::bench::ScanW3(dir, files);
+  const double t1 = Now();
+  const uint32_t expected = quillbox::bench::ExpectedW3Checksum(files);
+  const double rate = t1 > t0 ? files / (t1 - t0) : 0.0;
+  const bool ok = result.files_read == files && result.checksum == expected;
+  char note[256], extra[256];
+  std::snprintf(note, sizeof note, "%.1f files/s; %d/%d files read; %d user-defined props%s%s", rate,
+                result.files_read, files, result.user_props, result.error.empty() ? "" : "; ", result.error.c_str());
+  std::snprintf(extra, sizeof extra,
+                "\"checksum\": \"%s\", \"expected\": \"%s\", \"files\": %d, \"files_per_s\": %.1f, "
+                "\"user_props\": %d",
+                Hex(result.checksum).c_str(), Hex(expected).c_str(), result.files_read, rate, result.user_props);
+  Emit("W3", t1 - t0, result.bytes, ok, note, extra);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -365,7 +365,7 @@ int main(int argc, char** argv) {
   } else if (w == "W2r") {
     DoW2r(layout, argv[2], mib);
   } else if (w == "W3") {
-    Emit("W3", 0, 0, false, "not implemented yet: property sets come later");
+    DoW3(argv[2], argc > 3 ? std::atoi(argv[3]) : 2000);
   } else if (w == "W4") {
     DoW4(layout, argv[2]);
   } else if (w == "W4-rewrite") {

@@ -50,10 +50,18 @@ def main():
         # least a rewrite with it would cost.
         ("W4 in place vs libgsf W1 write", ("quillbox", "W4", "seconds"), ("libgsf", "W1", "write_s")),
         ("W4 in place vs our rewrite", ("quillbox", "W4", "seconds"), ("quillbox", "W4-rewrite", "seconds")),
+        ("W3 metadata scan vs libgsf (s)", ("quillbox", "W3", "seconds"), ("libgsf", "W3", "seconds")),
     ]
     for label, ours, ref in lines:
         a, b = value(rows, *ours), value(rows, *ref)
         print("%-28s %10s %10s %8s" % (label, fmt(a), fmt(b), ratio(a, b)))
+    w3_ours, w3_gsf = rows.get(("quillbox", "W3")), rows.get(("libgsf", "W3"))
+    if w3_ours and w3_gsf and w3_ours.get("ok") and w3_gsf.get("files_per_s"):
+        a, b = float(w3_ours["files_per_s"]), float(w3_gsf["files_per_s"])
+        agree = "agree" if w3_ours.get("checksum") == w3_gsf.get("checksum") else "DIFFER (%s vs %s)" % (
+            w3_ours.get("checksum"), w3_gsf.get("checksum"))
+        print("W3 metadata scan: quillbox %.1f files/s, libgsf %.1f files/s (%.2f x libgsf's rate); "
+              "digests %s" % (a, b, a / b if b else 0, agree))
     for (peer, wl), r in sorted(rows.items()):
         if not r.get("ok"):
             print("not ok: %s %s: %s %s" % (peer, wl, r.get("note", ""), r.get("verify_note", "")))

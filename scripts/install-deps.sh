@@ -3,7 +3,7 @@
 # those that are missing, so a second run costs nothing.
 set -eu
 packages="cmake ninja-build g++ clang lld pkg-config libgtest-dev libgmock-dev
-libbenchmark-dev libcli11-dev libffi-dev nlohmann-json3-dev python3 python3-dev python3-pytest pybind11-dev python3-olefile libgsf-bin libapache-poi-java openjdk-17-jdk-headless
+libbenchmark-dev libcli11-dev libffi-dev zlib1g-dev nlohmann-json3-dev python3 python3-dev python3-pytest pybind11-dev python3-olefile libgsf-bin libapache-poi-java openjdk-17-jdk-headless
 libreoffice-writer-nogui"
 missing=""
 for p in $packages; do

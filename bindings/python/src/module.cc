@@ -44,10 +44,6 @@ py::dict Constants() {
 }  // namespace
 }  // namespace quillbox::python
 
-#ifndef QUILLBOX_PY_TYPEINFO
-#define QUILLBOX_PY_TYPEINFO 0
-#endif
-
 PYBIND11_MODULE(_quillbox, m) {
   namespace qp = quillbox::python;
   namespace py = pybind11;
@@ -62,5 +58,4 @@ PYBIND11_MODULE(_quillbox, m) {
         "S_OK (0) when no object of the library is alive, else S_FALSE (1).");
   m.def("DllRegisterServer", [] { quillbox::python::CheckResult(DllRegisterServer()); });
   m.def("_constants", &qp::Constants, "The type library's enumeration constants, {name: value}.");
-  m.attr("TYPEINFO_BUILT") = static_cast<bool>(QUILLBOX_PY_TYPEINFO + 0);
 }

@@ -1,5 +1,5 @@
-// Type information through ITypeInfo and ITypeLib. Builds whose oaidl.h
-// does not declare them yet (QUILLBOX_PY_TYPEINFO unset) answer "none".
+// Type information through ITypeInfo and ITypeLib: members for dir(), the
+// interface errors are reported on, and the library's constants.
 #include "type_info.h"
 
 #include "com_error.h"
@@ -9,7 +9,6 @@
 
 namespace quillbox::python {
 
-#if QUILLBOX_PY_TYPEINFO
 
 namespace {
 
@@ -134,12 +133,5 @@ py::dict LibraryConstants(const GUID& libid, WORD major, WORD minor) {
   return out;
 }
 
-#else  // no ITypeInfo in this build's headers yet
-
-py::object DescribeMembers(IDispatch*) { return py::none(); }
-std::u16string ErrorInterface(IDispatch*) { return {}; }
-py::dict LibraryConstants(const GUID&, WORD, WORD) { return py::dict(); }
-
-#endif
 
 }  // namespace quillbox::python

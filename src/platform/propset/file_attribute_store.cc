@@ -1,5 +1,7 @@
 // The extended attributes of a file on disk, and OpenFilePropertySetStorage
-// over them.
+// over them. An open holds the file's share locks (the compound-file
+// engine's, through its file lock bytes) for as long as any of its sets is
+// open, so conflicting opens fail as they do for compound files.
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -10,6 +12,7 @@
 #include "platform/com/utf.h"
 #include "platform/propset/attribute_store.h"
 #include "platform/propset/property_set_storage.h"
+#include "platform/storage/file_lock_bytes.h"
 
 namespace quillbox::propset {
 
@@ -24,7 +27,8 @@ FILETIME ToFileTime(const struct timespec& t) {
 
 class FileAttributeStore final : public AttributeStore {
  public:
-  explicit FileAttributeStore(std::string path) : path_(std::move(path)) {}
+  explicit FileAttributeStore(std::string path, ComPtr<ILockBytes> share_locks = nullptr)
+      : path_(std::move(path)), share_locks_(std::move(share_locks)) {}
 
   int Get(const std::string& name, std::vector<uint8_t>* value) override {
     // Sized then read; a value that grows in between is asked for again.
@@ -79,6 +83,7 @@ class FileAttributeStore final : public AttributeStore {
 
  private:
   std::string path_;
+  ComPtr<ILockBytes> share_locks_;  // released with the last set: the file is free again
 };
 
 }  // namespace
@@ -99,7 +104,17 @@ HRESULT OpenFilePropertySetStorage(const char16_t* path, DWORD mode, IPropertySe
     if (::stat(narrow.c_str(), &info) != 0) return AttributeError(errno, STG_E_FILENOTFOUND);
     const bool writable = access != STGM_READ;
     if (writable && ::access(narrow.c_str(), W_OK) != 0) return STG_E_ACCESSDENIED;
-    auto store = MakeFileAttributeStore(narrow);
+    // The share modes: the same lock bytes a compound file on this path
+    // takes, so a conflicting open of either kind (this process or another)
+    // gives STG_E_SHAREVIOLATION or STG_E_LOCKVIOLATION.
+    ComPtr<storage::FileLockBytes> locks;
+    if (!S_ISDIR(info.st_mode)) {
+      if (const HRESULT hr = storage::FileLockBytes::Open(narrow, storage::FileOpen::kOpenExisting, mode, &locks);
+          FAILED(hr)) {
+        return hr;
+      }
+    }
+    auto store = std::make_shared<FileAttributeStore>(narrow, ComPtr<ILockBytes>(locks));
     // Ask once for an attribute that is never there: a file system without
     // user attributes says so now rather than at the first write.
     std::vector<uint8_t> probe;

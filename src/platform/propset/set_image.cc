@@ -50,14 +50,28 @@ HRESULT ParseDictionary(ByteReader& in, uint32_t code_page, std::map<PROPID, std
   return S_OK;
 }
 
-HRESULT ParseSection(std::span<const uint8_t> bytes, Section* section) {
+// Bytes of the stream a parse may still take: property tables, dictionaries
+// and values each use their own bytes in every file a writer makes, so
+// all of them together fit in the stream. Sections or values that overlap
+// (offsets pointing at the same bytes again and again) could otherwise make
+// a small stream cost quadratic time and memory.
+struct ParseBudget {
+  size_t left;
+  bool Take(size_t n) {
+    if (n > left) return false;
+    left -= n;
+    return true;
+  }
+};
+
+HRESULT ParseSection(std::span<const uint8_t> bytes, ParseBudget& budget, Section* section) {
   ByteReader in(bytes);
   uint32_t size = 0;
   uint32_t count = 0;
   if (!in.U32(&size) || !in.U32(&count) || size < 8) return kBad;
   // Lenient: a section size past the stream's end is cut to the stream.
   if (size < bytes.size()) bytes = bytes.first(size);
-  if (count > (bytes.size() - 8) / 8) return kBad;
+  if (count > (bytes.size() - 8) / 8 || !budget.Take(8 + size_t{count} * 8)) return kBad;
   std::vector<std::pair<PROPID, uint32_t>> entries(count);
   for (auto& [id, offset] : entries) {
     if (!in.U32(&id) || !in.U32(&offset)) return kBad;
@@ -69,6 +83,7 @@ HRESULT ParseSection(std::span<const uint8_t> bytes, Section* section) {
     size_t length = 0;
     HRESULT hr = MeasureValue(bytes.subspan(offset), kCodePageUnicode, &length);
     if (FAILED(hr)) return hr;
+    if (!budget.Take(length)) return kBad;
     auto value = std::vector<uint8_t>(bytes.begin() + offset, bytes.begin() + offset + length);
     value.resize((value.size() + 3) & ~size_t{3}, 0);
     section->values.emplace(id, std::move(value));
@@ -84,6 +99,7 @@ HRESULT ParseSection(std::span<const uint8_t> bytes, Section* section) {
       // Lenient: a dictionary that does not parse (some writers put a typed
       // value at id 0) leaves the set without names rather than unreadable.
       if (SUCCEEDED(ParseDictionary(dictionary, code_page, &names))) {
+        if (!budget.Take(dictionary.position())) return kBad;
         section->names = std::move(names);
         section->has_dictionary = true;
       }
@@ -93,6 +109,7 @@ HRESULT ParseSection(std::span<const uint8_t> bytes, Section* section) {
     size_t length = 0;
     HRESULT hr = MeasureValue(bytes.subspan(offset), code_page, &length);
     if (FAILED(hr)) return hr;
+    if (!budget.Take(length)) return kBad;  // values overlapping again and again
     auto value = std::vector<uint8_t>(bytes.begin() + offset, bytes.begin() + offset + length);
     value.resize((value.size() + 3) & ~size_t{3}, 0);
     section->values.emplace(id, std::move(value));
@@ -200,6 +217,7 @@ HRESULT ParseSetImage(std::span<const uint8_t> bytes, SetImage* image) {
     if (!in.Guid(&fmtid) || !in.U32(&offset)) return kBad;
   }
   std::set<uint32_t> seen;
+  ParseBudget budget{bytes.size()};
   for (const auto& [fmtid, offset] : entries) {
     // Lenient: a section may start at any offset inside the stream, aligned
     // or not, but not inside the header or twice.
@@ -209,7 +227,7 @@ HRESULT ParseSetImage(std::span<const uint8_t> bytes, SetImage* image) {
     }
     Section section;
     section.fmtid = fmtid;
-    HRESULT hr = ParseSection(bytes.subspan(offset), &section);
+    HRESULT hr = ParseSection(bytes.subspan(offset), budget, &section);
     if (FAILED(hr)) return hr;
     read.sections.push_back(std::move(section));
   }

@@ -94,6 +94,28 @@ TEST(Corrupt, VectorCountBeyondBytesIsRefusedWithoutAllocating) {
   EXPECT_EQ(OpenBytes(bytes, &set), STG_E_INVALIDHEADER);
 }
 
+// Thousands of properties whose offsets all point at one 4000-byte value:
+// a 20 KB stream that would cost 8 MB (and quadratic time) if every
+// property copied the same bytes again.
+TEST(Corrupt, PropertiesSharingOneLargeValueAreInvalidHeader) {
+  constexpr uint32_t kCount = 2000;
+  constexpr uint32_t kBlob = 4000;
+  auto bytes = OneSectionHeader(FMTID_SummaryInformation);
+  const size_t section = bytes.size();
+  const uint32_t value_at = 8 + 8 * kCount;
+  bytes.resize(section + value_at + 8 + kBlob, 0x41);
+  PutU32(&bytes, section, value_at + 8 + kBlob);
+  PutU32(&bytes, section + 4, kCount);
+  for (uint32_t i = 0; i < kCount; ++i) {
+    PutU32(&bytes, section + 8 + 8 * i, 2 + i);
+    PutU32(&bytes, section + 12 + 8 * i, value_at);
+  }
+  PutU32(&bytes, section + value_at, VT_BLOB);
+  PutU32(&bytes, section + value_at + 4, kBlob);
+  ComPtr<IPropertyStorage> set;
+  EXPECT_EQ(OpenBytes(bytes, &set), STG_E_INVALIDHEADER);
+}
+
 TEST(Corrupt, EveryTruncationFailsCleanly) {
   const auto valid = ValidSet();
   for (size_t size = 0; size < valid.size(); ++size) {
