@@ -1,80 +1,31 @@
-// Every file of the fuzzer's corpus and every crasher it ever found goes
-// through what the fuzzer does (fuzz/cfb_walk.h), each in a child process
-// with a time limit, so a crash or a hang fails only that file's test.
+// Every file of the compound-file fuzzer's corpus and every crasher it ever
+// found goes through what the fuzzer does (fuzz/cfb_walk.h), each in a
+// child process with a time limit.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cctype>
-#include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "../../../fuzz/cfb_walk.h"
+#include "support/corpus_replay.h"
 
 namespace {
 
-constexpr auto kTimeLimit = std::chrono::seconds(60);  // sanitizer builds are slow
+using quillbox::testing::CorpusFiles;
 
-std::vector<std::filesystem::path> CorpusFiles() {
-  std::vector<std::filesystem::path> files;
-  for (const char* dir : {"/fuzz/corpus/cfb", "/fuzz/crashes"}) {
-    const std::filesystem::path folder = std::string(QUILLBOX_SOURCE_DIR) + dir;
-    if (!std::filesystem::is_directory(folder)) continue;
-    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
-      if (entry.is_regular_file() && entry.path().filename().string()[0] != '.') files.push_back(entry.path());
-    }
-  }
-  std::sort(files.begin(), files.end());
-  return files;
-}
+std::vector<std::filesystem::path> Files() { return CorpusFiles({"fuzz/corpus/cfb", "fuzz/crashes"}); }
 
 class CorpusReplay : public ::testing::TestWithParam<std::filesystem::path> {};
 
 TEST_P(CorpusReplay, FileIsWalkedWithoutCrashOrHang) {
-  std::ifstream in(GetParam(), std::ios::binary);
-  const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-  const pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    quillbox::fuzz::RunOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-    _exit(0);
-  }
-  const auto deadline = std::chrono::steady_clock::now() + kTimeLimit;
-  int status = 0;
-  while (waitpid(child, &status, WNOHANG) == 0) {
-    if (std::chrono::steady_clock::now() > deadline) {
-      kill(child, SIGKILL);
-      waitpid(child, &status, 0);
-      FAIL() << GetParam() << " hung (more than " << kTimeLimit.count() << " s)";
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0)
-      << GetParam() << (WIFSIGNALED(status) ? " crashed with signal " + std::to_string(WTERMSIG(status))
-                                            : " failed with exit status " + std::to_string(WEXITSTATUS(status)));
-}
-
-std::string TestName(const ::testing::TestParamInfo<std::filesystem::path>& info) {
-  std::string name = info.param.parent_path().filename().string() + "_" + info.param.filename().string();
-  for (char& c : name) {
-    if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
-  }
-  return name;
+  const std::string failure = quillbox::testing::ReplayInChild(GetParam(), &quillbox::fuzz::RunOneInput);
+  EXPECT_EQ(failure, "") << GetParam();
 }
 
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(CorpusReplay);
-INSTANTIATE_TEST_SUITE_P(Files, CorpusReplay, ::testing::ValuesIn(CorpusFiles()), TestName);
+INSTANTIATE_TEST_SUITE_P(Files, CorpusReplay, ::testing::ValuesIn(Files()),
+                         [](const auto& info) { return quillbox::testing::CorpusTestName(info.param, 1); });
 
 TEST(CorpusReplaySet, SeedCorpusIsNotEmpty) {
   size_t seeds = 0;
-  for (const auto& file : CorpusFiles()) seeds += file.parent_path().filename() == "cfb";
+  for (const auto& file : Files()) seeds += file.parent_path().filename() == "cfb";
   EXPECT_GE(seeds, 10u);
 }
 
