@@ -11,7 +11,7 @@
 
 #include "platform/com/guid_text.h"
 #include "platform/com/module_path.h"
-#include "platform/com/progid.h"
+#include "platform/com/registry/registry.h"
 #include "platform/com/utf.h"
 #include "quillbox/com_ptr.h"
 #include "quillbox/objbase.h"
@@ -128,8 +128,8 @@ HRESULT CoGetClassObject(REFCLSID rclsid, DWORD dwClsContext, LPVOID, REFIID rii
     if (hr != CLASS_E_CLASSNOTAVAILABLE) return hr;
   }
 
-  const auto server = quillbox::com::ReadClassesRootString(
-      u"CLSID\\" + quillbox::com::GuidToText(rclsid) + u"\\InprocServer32");
+  const auto server = quillbox::com::registry::ReadRegistryString(
+      HKEY_CLASSES_ROOT, u"CLSID\\" + quillbox::com::GuidToText(rclsid) + u"\\InprocServer32", u"");
   if (!server || server->empty()) return REGDB_E_CLASSNOTREG;
   const std::string path = quillbox::com::Utf16ToUtf8(*server);
   // Our own module was asked above; do not load a second copy of it.

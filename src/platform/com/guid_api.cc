@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "platform/com/guid_text.h"
-#include "platform/com/progid.h"
 #include "platform/com/utf.h"
 #include "quillbox/objbase.h"
 
