@@ -1,6 +1,7 @@
 // Structured-storage interfaces in Windows slot order: ISequentialStream,
 // IStream, ILockBytes, IEnumSTATSTG, IStorage, IRootStorage; STATSTG and the
-// mode, type, seek, lock, stat and commit constants.
+// mode, type, seek, lock, stat and commit constants; IPersist and
+// IPersistStream, for objects that save themselves into a stream.
 #pragma once
 
 #include "quillbox/unknwn.h"
@@ -138,3 +139,27 @@ QUILLBOX_DECLARE_INTERFACE(ILockBytes, IUnknown, IID_ILockBytes);
 QUILLBOX_DECLARE_INTERFACE(IEnumSTATSTG, IUnknown, IID_IEnumSTATSTG);
 QUILLBOX_DECLARE_INTERFACE(IStorage, IUnknown, IID_IStorage);
 QUILLBOX_DECLARE_INTERFACE(IRootStorage, IUnknown, IID_IRootStorage);
+
+// ---------------------------------------------------------------------------
+// Persistence: an object names its class and saves itself into a stream.
+
+inline constexpr IID IID_IPersist = {0x0000010C, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+inline constexpr IID IID_IPersistStream = {0x00000109, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+
+struct IPersist : public IUnknown {
+  STDMETHOD(GetClassID)(CLSID* pClassID) = 0;
+};
+using LPPERSIST = IPersist*;
+
+// Save writes the object's own bytes only; whoever calls it writes the class
+// id first (OleSaveToStream does both).
+struct IPersistStream : public IPersist {
+  STDMETHOD(IsDirty)() = 0;
+  STDMETHOD(Load)(IStream* pStm) = 0;
+  STDMETHOD(Save)(IStream* pStm, BOOL fClearDirty) = 0;
+  STDMETHOD(GetSizeMax)(ULARGE_INTEGER* pcbSize) = 0;
+};
+using LPPERSISTSTREAM = IPersistStream*;
+
+QUILLBOX_DECLARE_INTERFACE(IPersist, IUnknown, IID_IPersist);
+QUILLBOX_DECLARE_INTERFACE(IPersistStream, IPersist, IID_IPersistStream);

@@ -17,6 +17,8 @@
 #include "quillbox/errhandlingapi.h"
 #include "quillbox/objidl.h"
 #include "quillbox/coml2api.h"
+#include "quillbox/ocidl.h"
+#include "quillbox/ole2.h"
 #include "quillbox/hglobal.h"
 #include "quillbox/propidl.h"
 #include "quillbox/com_ptr.h"
