@@ -28,8 +28,14 @@ inline constexpr UINT kMsgShareViolation = 219;
 inline constexpr UINT kMsgNotAStorage = 220;
 inline constexpr UINT kMsgInvalidParameter = 221;
 inline constexpr UINT kMsgNameExists = 222;
+inline constexpr UINT kMsgUnicodeTranslation = 225;
+inline constexpr UINT kMsgReadError = 226;
+inline constexpr UINT kMsgWriteFault = 228;
 inline constexpr UINT kMsgRemoveOpenObject = 229;
 inline constexpr UINT kMsgNotSupported = 230;
+inline constexpr UINT kMsgCodePageEmbeddedNull = 250;
+inline constexpr UINT kMsgNullTerminatedEmbeddedNull = 251;
+inline constexpr UINT kMsgCodePageNotFound = 252;
 inline constexpr UINT kMsgCannotRename = 256;
 inline constexpr UINT kMsgRootStorage = 257;
 

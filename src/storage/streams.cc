@@ -3,6 +3,7 @@
 
 #include "frame/class_table.h"
 #include "storage/storage_messages.h"
+#include "stream/stream.h"
 
 namespace quillbox::storage_tree {
 namespace {
@@ -29,10 +30,19 @@ HRESULT Streams::CreatePlatform(IStorage* owner, const OLECHAR* name, IUnknown**
   return owner->CreateStream(name, kCreateMode, 0, 0, reinterpret_cast<IStream**>(element));
 }
 
-// The Stream class is not part of the library yet: no object can be made.
-HRESULT Streams::MakeElement(ElementEntry&, ComPtr<IDispatch>*, UINT* message_id) {
-  *message_id = kMsgNotSupported;
-  return E_NOTIMPL;
+HRESULT Streams::MakeElement(ElementEntry& entry, ComPtr<IDispatch>* element, UINT* message_id) {
+  ComPtr<stream_object::Stream> stream = com::MakeObject<stream_object::Stream>();
+  if (!stream) {
+    *message_id = kMsgOutOfMemory;
+    return E_OUTOFMEMORY;
+  }
+  ComPtr<IStream> platform;
+  entry.platform.try_as(platform);
+  const HRESULT hr = stream->Initialize(entry.key, platform.get(), read_only(), this, GetUnknown(), message_id);
+  if (FAILED(hr)) return hr;
+  entry.object = stream.get();
+  *element = ComPtr<IDispatch>(stream->Dispatch());
+  return S_OK;
 }
 
 HRESULT Streams::Fail(UINT message_id, HRESULT result, const IID* iid) {

@@ -1,6 +1,4 @@
-// Streams: the streams of a Storage, by name. Stream objects are handed out
-// once the Stream class is part of the library; until then Item and Add stop
-// where the object would be made, with "Not supported.".
+// Streams: the streams of a Storage, by name, handed out as Stream objects.
 #pragma once
 
 #include "frame/automation_object.h"

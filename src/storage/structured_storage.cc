@@ -7,6 +7,7 @@
 #include "storage/compound_document.h"
 #include "storage/storage.h"
 #include "storage/storage_messages.h"
+#include "stream/stream.h"
 
 namespace quillbox::storage_tree {
 namespace {
@@ -69,9 +70,19 @@ STDMETHODIMP StructuredStorage::NtfsFilePropertySets(BSTR, VARIANT_BOOL, _NtfsFi
   return Report(kMsgNotSupported, E_NOTIMPL);
 }
 
+// A stream in memory: no name, no parent, gone with its last reference.
 STDMETHODIMP StructuredStorage::CreateMemoryStream(_Stream** result) {
   if (!result) return Report(kMsgInvalidPointer, STG_E_INVALIDPOINTER);
-  return Report(kMsgNotSupported, E_NOTIMPL);
+  ComPtr<IStream> platform;
+  HRESULT hr = CreateStreamOnHGlobal(nullptr, TRUE, platform.put());
+  if (FAILED(hr)) return Report(hr == E_OUTOFMEMORY ? kMsgOutOfMemory : kMsgUnexpected, hr);
+  ComPtr<stream_object::Stream> stream = com::MakeObject<stream_object::Stream>();
+  if (!stream) return Report(kMsgOutOfMemory, E_OUTOFMEMORY);
+  UINT message = kMsgUnexpected;
+  hr = stream->Initialize(0, platform.get(), false, nullptr, nullptr, &message);
+  if (FAILED(hr)) return Report(message, hr);
+  *result = static_cast<_Stream*>(stream.detach());
+  return S_OK;
 }
 
 // A storage in memory: a root without parent or document, gone with its

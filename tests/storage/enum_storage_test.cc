@@ -182,7 +182,7 @@ TEST_F(EnumStorageTest, AnswersErrorInfoSupportForIEnumVariant) {
   EXPECT_EQ(support->InterfaceSupportsErrorInfo(IID__Storages), S_FALSE);
 }
 
-TEST(EnumStorageStreams, NextOverStreamsIsNotSupportedUntilStreamsExist) {
+TEST(EnumStorageStreams, NextOverStreamsGivesStreamObjects) {
   ScratchDir dir;
   BuildFile(dir / "a.doc", {u"one$"});
   ComPtr<IUnknown> unknown;
@@ -191,10 +191,15 @@ TEST(EnumStorageStreams, NextOverStreamsIsNotSupportedUntilStreamsExist) {
   VARIANT item;
   VariantInit(&item);
   ULONG fetched = 7;
-  EXPECT_EQ(items->Next(1, &item, &fetched), E_NOTIMPL);
-  EXPECT_EQ(TakeDescription(), u"Not supported.");
-  EXPECT_EQ(fetched, 0u);
-  EXPECT_EQ(item.vt, VT_EMPTY);
+  ASSERT_EQ(items->Next(1, &item, &fetched), S_OK);
+  EXPECT_EQ(fetched, 1u);
+  ASSERT_EQ(item.vt, VT_DISPATCH);
+  ComPtr<_Stream> stream;
+  ASSERT_EQ(item.pdispVal->QueryInterface(IID__Stream, reinterpret_cast<void**>(stream.put())), S_OK);
+  Bstr name;
+  EXPECT_EQ(stream->get_Name(name.put()), S_OK);
+  EXPECT_EQ(name.text(), u"one");
+  VariantClear(&item);
 }
 
 }  // namespace

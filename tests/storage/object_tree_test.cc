@@ -24,7 +24,8 @@ TEST(ObjectTree, TreeFourLevelsDeepIsBuiltClosedReopenedAndWalked) {
     ComPtr<_Storage> level4 = AddStorage(level3, u"level4");
     ASSERT_TRUE(AddStorage(level1, u"sibling"));
     ComPtr<_Stream> stream;
-    EXPECT_EQ(StreamsOf(level4)->Add(Bstr(u"data").get(), stream.put()), E_NOTIMPL);
+    ASSERT_EQ(StreamsOf(level4)->Add(Bstr(u"data").get(), stream.put()), S_OK);
+    ASSERT_EQ(stream->WriteLong(0x0A0B0C0D), S_OK);
   }
   ASSERT_TRUE(FileIsClosed(dir / "a.doc"));
   ComPtr<_Storage> root = RootOf(OpenDocument(dir / "a.doc", VARIANT_TRUE));
@@ -37,6 +38,11 @@ TEST(ObjectTree, TreeFourLevelsDeepIsBuiltClosedReopenedAndWalked) {
   LONG streams = 0;
   ASSERT_EQ(StreamsOf(level4)->get_Count(&streams), S_OK);
   EXPECT_EQ(streams, 1);
+  ComPtr<_Stream> data;
+  ASSERT_EQ(StreamsOf(level4)->get_Item(Bstr(u"data").get(), data.put()), S_OK);
+  LONG value = 0;
+  ASSERT_EQ(data->ReadLong(&value), S_OK);
+  EXPECT_EQ(value, 0x0A0B0C0D);
 }
 
 TEST(ObjectTree, DocumentReleasedWhileRootStorageIsHeldStaysOpenUntilTheLastObjectGoes) {

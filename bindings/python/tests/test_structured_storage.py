@@ -48,7 +48,7 @@ def test_unknown_member_raises_attribute_error(storage):
 
 def test_not_supported_member_raises_com_error_with_its_fields(storage):
     with pytest.raises(quillbox.ComError) as caught:
-        storage.CreateMemoryStream()
+        storage.NtfsFilePropertySets("x")
     error = caught.value
     assert error.hresult == E_NOTIMPL
     assert error.description == "Not supported."

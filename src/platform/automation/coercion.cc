@@ -496,8 +496,11 @@ HRESULT ChangeScalarType(const VARIANT* src, VARTYPE vt, USHORT flags, VARIANT* 
     }
     case VT_BSTR: {
       if (s.kind == Kind::kString) {
-        // The string itself, embedded zeros and all.
-        BSTR copy = SysAllocStringByteLen(reinterpret_cast<LPCSTR>(src->bstrVal), SysStringByteLen(src->bstrVal));
+        // The string itself, embedded zeros and all; an absent string stays
+        // absent, as a copy keeps it.
+        BSTR copy = src->bstrVal ? SysAllocStringByteLen(reinterpret_cast<LPCSTR>(src->bstrVal),
+                                                         SysStringByteLen(src->bstrVal))
+                                 : nullptr;
         if (src->bstrVal && !copy) return E_OUTOFMEMORY;
         dest->vt = VT_BSTR, dest->bstrVal = copy;
         break;
