@@ -254,5 +254,19 @@ TEST(CoercionRules, DecimalTextKeepsEveryDigit) {
   VariantClear(&src);
 }
 
+// A change to the value's own type is a copy: an absent string stays absent
+// rather than becoming the empty string.
+TEST(CoercionRules, AbsentStringChangedToStringStaysAbsent) {
+  VARIANT src;
+  VariantInit(&src);
+  src.vt = VT_BSTR;
+  src.bstrVal = nullptr;
+  VARIANT out;
+  VariantInit(&out);
+  ASSERT_EQ(VariantChangeType(&out, &src, 0, VT_BSTR), S_OK);
+  EXPECT_EQ(out.vt, VT_BSTR);
+  EXPECT_EQ(out.bstrVal, nullptr);
+}
+
 }  // namespace
 }  // namespace quillbox::testing
