@@ -37,11 +37,24 @@ HRESULT Stream::Initialize(LONG key, IStream* stream, bool read_only, storage_tr
   return S_OK;
 }
 
-void Stream::ClosePlatformElement() { stream_.reset(); }
+// The position belongs to the platform stream, which goes while the parent
+// renames: it is kept here and restored on reopening, so the client never
+// sees the gap.
+void Stream::ClosePlatformElement() {
+  if (!stream_) return;
+  LARGE_INTEGER zero{};
+  ULARGE_INTEGER here{};
+  saved_position_ = SUCCEEDED(stream_->Seek(zero, STREAM_SEEK_CUR, &here)) ? here.QuadPart : 0;
+  stream_.reset();
+}
 
 void Stream::TakePlatformElement(IUnknown* element) {
   ComPtr<IStream> stream;
-  if (SUCCEEDED(ComPtr<IUnknown>(element).try_as(stream))) stream_ = stream;
+  if (FAILED(ComPtr<IUnknown>(element).try_as(stream))) return;
+  LARGE_INTEGER position{};
+  position.QuadPart = static_cast<LONGLONG>(saved_position_);
+  stream->Seek(position, STREAM_SEEK_SET, nullptr);
+  stream_ = stream;
 }
 
 HRESULT Stream::OpenCheck() {

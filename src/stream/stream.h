@@ -113,6 +113,8 @@ class Stream final : public frame::AutomationObject<Stream, _Stream>, public sto
   storage_tree::ElementOwner* owner_ = nullptr;
   ComPtr<IUnknown> parent_;
   LONG key_ = 0;
+  // Where the platform stream stood when the parent closed it.
+  ULONGLONG saved_position_ = 0;
 };
 
 }  // namespace quillbox::stream_object

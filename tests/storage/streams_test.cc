@@ -137,6 +137,8 @@ TEST(Streams, RenamedStreamKeepsWorkingThroughItsReopenedElement) {
   ASSERT_EQ(stream->get_Name(name.put()), S_OK);
   EXPECT_EQ(name.text(), u"new");
   LONG position = -1;
+  ASSERT_EQ(stream->Seek(0, ssSeekCurrent, &position), S_OK);
+  EXPECT_EQ(position, 4);  // the position survives the reopening
   ASSERT_EQ(stream->Seek(0, ssSeekBegin, &position), S_OK);
   LONG value = 0;
   ASSERT_EQ(stream->ReadLong(&value), S_OK);

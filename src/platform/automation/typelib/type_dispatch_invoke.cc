@@ -87,8 +87,12 @@ struct BoundArg {
   VARIANT* write_back = nullptr;  // caller's VARIANT to receive an output
   void* direct = nullptr;   // caller's own storage, passed straight through
   void* pointer = nullptr;  // the pointer passed for outputs
+  SAFEARRAY* locked = nullptr;  // an input array, locked for the call
   BoundArg() { VariantInit(&holder); }
-  ~BoundArg() { VariantClear(&holder); }
+  ~BoundArg() {
+    if (locked) SafeArrayUnlock(locked);
+    VariantClear(&holder);
+  }
   BoundArg(const BoundArg&) = delete;
   BoundArg& operator=(const BoundArg&) = delete;
 };
@@ -293,6 +297,13 @@ HRESULT InvokeFromTypeLib(const InterfaceDesc& desc, IDispatch* object, DISPID i
     if (FAILED(hr)) {
       if (arg_err) *arg_err = source_index[i];
       return hr == DISP_E_OVERFLOW ? DISP_E_OVERFLOW : DISP_E_TYPEMISMATCH;
+    }
+    // An input is the dispatcher's own copy, freed after the call. A member
+    // may take an array argument over and destroy it; locked for the call,
+    // the array refuses that destruction and is freed here, once.
+    if ((arg.holder.vt & VT_ARRAY) && !(arg.holder.vt & VT_BYREF) && arg.holder.parray &&
+        SUCCEEDED(SafeArrayLock(arg.holder.parray))) {
+      arg.locked = arg.holder.parray;
     }
     raw.push_back({ClassOf(storage), ValueAddress(arg.holder, storage)});
   }
