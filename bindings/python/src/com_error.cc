@@ -103,6 +103,17 @@ void RaiseComError(HRESULT hr) {
   RaiseComError(details);
 }
 
+void RaiseCallError(HRESULT hr) {
+  ErrorDetails details;
+  TakeErrorInfo(&details);
+  details.hresult = hr;
+  if (details.description.empty()) {
+    const char* name = CodeName(hr);
+    details.description = std::u16string(name, name + std::strlen(name));
+  }
+  RaiseComError(details);
+}
+
 void BindComError(py::module_& m) {
   g_com_error = PyErr_NewExceptionWithDoc(
       "quillbox.ComError",

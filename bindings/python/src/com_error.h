@@ -27,6 +27,13 @@ struct ErrorDetails {
 inline void CheckResult(HRESULT hr) {
   if (FAILED(hr)) RaiseComError(hr);
 }
+// Raises ComError for hr (a failure) of a direct interface call, with the
+// error information the callee left on the thread when there is some (the
+// caller clears it before the call, so none is stale).
+[[noreturn]] void RaiseCallError(HRESULT hr);
+inline void CheckCall(HRESULT hr) {
+  if (FAILED(hr)) RaiseCallError(hr);
+}
 
 // The thread's error information, taken (and cleared) if any is waiting.
 bool TakeErrorInfo(ErrorDetails* details);

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "com_error.h"
+#include "quillbox/oleauto.h"
 #include "values.h"
 
 namespace quillbox::python {
@@ -17,10 +18,11 @@ py::list Enumerator::Next(ULONG count) const {
   std::vector<VARIANT> items(count);
   for (VARIANT& v : items) VariantInit(&v);
   ULONG fetched = 0;
+  SetErrorInfo(0, nullptr);  // what the enumerator reports is this call's
   HRESULT hr = enum_->Next(count, items.data(), &fetched);
   if (fetched > count) fetched = count;
   try {
-    if (FAILED(hr)) RaiseComError(hr);
+    if (FAILED(hr)) RaiseCallError(hr);
     for (ULONG i = 0; i < fetched; ++i) out.append(FromVariant(items[i]));
   } catch (...) {
     for (VARIANT& v : items) VariantClear(&v);
@@ -31,16 +33,21 @@ py::list Enumerator::Next(ULONG count) const {
 }
 
 bool Enumerator::Skip(ULONG count) const {
+  SetErrorInfo(0, nullptr);
   const HRESULT hr = enum_->Skip(count);
-  CheckResult(hr);
+  CheckCall(hr);
   return hr == S_OK;
 }
 
-void Enumerator::Reset() const { CheckResult(enum_->Reset()); }
+void Enumerator::Reset() const {
+  SetErrorInfo(0, nullptr);
+  CheckCall(enum_->Reset());
+}
 
 Enumerator Enumerator::Clone() const {
   ComPtr<IEnumVARIANT> copy;
-  CheckResult(enum_->Clone(copy.put()));
+  SetErrorInfo(0, nullptr);
+  CheckCall(enum_->Clone(copy.put()));
   if (!copy) RaiseComError(E_POINTER);
   return Enumerator(std::move(copy));
 }
