@@ -9,6 +9,14 @@ void AddVersionCommand(CLI::App& app);
 void AddSelfCheckCommand(CLI::App& app);
 void AddGuidCommand(CLI::App& app);
 
+// Document commands, through the library's object model.
+void AddEditCommands(CLI::App& app);   // new, mkdir, rm, mv
+void AddTreeCommands(CLI::App& app);   // tree, ls
+void AddReadCommands(CLI::App& app);   // cat, hexdump
+void AddPutCommand(CLI::App& app);     // put
+void AddTouchCommand(CLI::App& app);   // touch
+void AddSampleCommand(CLI::App& app);  // sample
+
 // Set by a command that fails; main returns it.
 void SetExitCode(int code);
 int ExitCode();
