@@ -1,6 +1,7 @@
-// A platform stream for the Stream tests that passes every call to a memory
-// stream, except the ones it is told to fail: the next Read, Write or
-// SetSize answers a chosen result, and a write may be cut short.
+// A platform stream for the Stream tests that passes every call to another
+// stream (a memory stream of its own unless given one), except the ones it
+// is told to fail: the next Read, Write or SetSize, or the n-th Write,
+// answers a chosen result, and a write may be cut short.
 #pragma once
 
 #include "platform/com/com_object.h"
@@ -11,11 +12,17 @@ namespace quillbox::testing {
 class FaultyStream final : public com::ComObject<FaultyStream, IStream> {
  public:
   FaultyStream() { CreateStreamOnHGlobal(nullptr, TRUE, inner_.put()); }
+  explicit FaultyStream(IStream* inner) : inner_(inner) {}
 
   // The next call of that kind answers result (and moves nothing).
   void FailNextRead(HRESULT result) { read_result_ = result; }
   void FailNextWrite(HRESULT result) { write_result_ = result; }
   void FailNextSetSize(HRESULT result) { set_size_result_ = result; }
+  // The n-th write from now on (counted from 1) answers result.
+  void FailWriteNumber(int n, HRESULT result) {
+    failing_write_ = writes_ + n;
+    failing_write_result_ = result;
+  }
   // The next write stores only count bytes and answers S_OK.
   void ShortenNextWrite(ULONG count) { short_write_ = count; }
   // Calls of Read and Write that reached the stream.
@@ -28,6 +35,7 @@ class FaultyStream final : public com::ComObject<FaultyStream, IStream> {
   }
   STDMETHODIMP Write(const void* pv, ULONG cb, ULONG* written) override {
     ++calls_;
+    if (++writes_ == failing_write_) return failing_write_result_;
     if (write_result_ != S_OK) return Take(write_result_, written);
     if (short_write_ != kNoShortWrite) {
       const ULONG count = short_write_;
@@ -73,6 +81,9 @@ class FaultyStream final : public com::ComObject<FaultyStream, IStream> {
   HRESULT set_size_result_ = S_OK;
   ULONG short_write_ = kNoShortWrite;
   int calls_ = 0;
+  int writes_ = 0;
+  int failing_write_ = 0;
+  HRESULT failing_write_result_ = S_OK;
 };
 
 }  // namespace quillbox::testing
