@@ -35,3 +35,15 @@ def echo():
     import quillbox
     import _quillbox_echo
     return quillbox.CreateObject(_quillbox_echo.register())
+
+
+@pytest.fixture
+def memory(storage):
+    """A memory stream (StructuredStorage.CreateMemoryStream)."""
+    return storage.CreateMemoryStream()
+
+
+@pytest.fixture
+def path(tmp_path):
+    """Where a test's document goes."""
+    return tmp_path / "streams.doc"
