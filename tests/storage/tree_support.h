@@ -18,7 +18,9 @@ inline std::u16string Wide(const std::string& s) { return std::u16string(s.begin
 class Bstr {
  public:
   Bstr() = default;
-  explicit Bstr(const std::u16string& text) : value_(SysAllocString(text.c_str())) {}
+  // Embedded zeros are kept.
+  explicit Bstr(const std::u16string& text)
+      : value_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
   explicit Bstr(const std::string& text) : Bstr(Wide(text)) {}
   ~Bstr() { SysFreeString(value_); }
   Bstr(const Bstr&) = delete;

@@ -23,14 +23,14 @@ LONG SeekTo(const ComPtr<_Stream>& stream, LONG position, ssSeekEnum origin) {
 TEST(StreamSeek, NegativeDisplacementMovesForwardNotBack) {
   ScratchDir dir;
   ComPtr<_CompoundDocument> document;
-  ASSERT_EQ(MakeStructuredStorage()->CreateDocument(OwnedBstr(Wide((dir / "a.doc").string())).get(), document.put()),
+  ASSERT_EQ(MakeStructuredStorage()->CreateDocument(Bstr(Wide((dir / "a.doc").string())).get(), document.put()),
             S_OK);
   ComPtr<_Storage> root;
   ASSERT_EQ(document->get_RootStorage(root.put()), S_OK);
   ComPtr<_Streams> streams;
   ASSERT_EQ(root->get_Streams(streams.put()), S_OK);
   ComPtr<_Stream> stream;
-  ASSERT_EQ(streams->Add(OwnedBstr(u"s").get(), stream.put()), S_OK);
+  ASSERT_EQ(streams->Add(Bstr(u"s").get(), stream.put()), S_OK);
   for (int i = 0; i < 3; ++i) ASSERT_EQ(stream->WriteLong(i), S_OK);
   EXPECT_EQ(SeekTo(stream, 10, ssSeekBegin), 10);
   // The 32-bit position is never sign-extended: -4 is 4294967292 bytes on,
@@ -72,7 +72,7 @@ TEST(StreamSeek, MissingOutputPlaceGivesInvalidPointer) {
 
 TEST(StreamName, MemoryStreamHasTheEmptyName) {
   StreamUnderTest s = MakeStream();
-  OwnedBstr name;
+  Bstr name;
   ASSERT_EQ(s.stream->get_Name(name.put()), S_OK);
   ASSERT_NE(name.get(), nullptr);
   EXPECT_EQ(name.text(), u"");
@@ -80,13 +80,13 @@ TEST(StreamName, MemoryStreamHasTheEmptyName) {
 
 TEST(StreamName, RenamingAMemoryStreamGivesMessage256) {
   StreamUnderTest s = MakeStream();
-  EXPECT_STREAM_FAILURE(s.stream->put_Name(OwnedBstr(u"x").get()), STG_E_ACCESSDENIED,
+  EXPECT_STREAM_FAILURE(s.stream->put_Name(Bstr(u"x").get()), STG_E_ACCESSDENIED,
                         u"Impossible to rename this object by this way.");
 }
 
 TEST(StreamName, RenamingAReadOnlyStreamGivesMessage205First) {
   StreamUnderTest s = MakeStream(true);
-  EXPECT_STREAM_FAILURE(s.stream->put_Name(OwnedBstr(u"x").get()), STG_E_ACCESSDENIED, kReadOnly);
+  EXPECT_STREAM_FAILURE(s.stream->put_Name(Bstr(u"x").get()), STG_E_ACCESSDENIED, kReadOnly);
 }
 
 TEST(StreamSize, SizeIsTheLow32BitsOfTheStreamSize) {
@@ -141,7 +141,7 @@ TEST(StreamReadOnly, EveryChangingMemberFailsWith205AndLeavesTheStreamUntouched)
   EXPECT_STREAM_FAILURE(s.stream->WriteBytes(bytes, &count), STG_E_ACCESSDENIED, kReadOnly);
   SafeArrayDestroy(bytes.parray);  // refused before it was taken over
   EXPECT_STREAM_FAILURE(s.stream->put_Size(1), STG_E_ACCESSDENIED, kReadOnly);
-  EXPECT_STREAM_FAILURE(s.stream->put_Name(OwnedBstr(u"x").get()), STG_E_ACCESSDENIED, kReadOnly);
+  EXPECT_STREAM_FAILURE(s.stream->put_Name(Bstr(u"x").get()), STG_E_ACCESSDENIED, kReadOnly);
   EXPECT_STREAM_FAILURE(s.stream->WriteByte(1), STG_E_ACCESSDENIED, kReadOnly);
   EXPECT_STREAM_FAILURE(s.stream->WriteInteger(1), STG_E_ACCESSDENIED, kReadOnly);
   EXPECT_STREAM_FAILURE(s.stream->WriteBoolean(VARIANT_TRUE), STG_E_ACCESSDENIED, kReadOnly);
@@ -225,7 +225,7 @@ TEST(StreamOpenCheck, ReopenHandingTheStreamBackLetsTheMemberGoOn) {
 
 TEST(StreamOwner, RenameFailureCarriesTheOwnersMessage) {
   ClosedStream s;
-  EXPECT_STREAM_FAILURE(s.object->put_Name(OwnedBstr(u"taken").get()), STG_E_FILEALREADYEXISTS,
+  EXPECT_STREAM_FAILURE(s.object->put_Name(Bstr(u"taken").get()), STG_E_FILEALREADYEXISTS,
                         u"This name already exist.");
 }
 

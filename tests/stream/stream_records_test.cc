@@ -221,7 +221,7 @@ TEST(StreamRead, AtTheEndIsAFailedReadWithoutAReport) {
   VARIANT read;
   VariantInit(&read);
   EXPECT_EQ(s.stream->Read(&read), E_FAIL);
-  EXPECT_EQ(TakeErrorText(), u"");
+  EXPECT_EQ(TakeDescription(), u"");
 }
 
 TEST(StreamRead, TruncatedPayloadIsAFailedRead) {

@@ -11,28 +11,28 @@ namespace {
 
 TEST(StreamStrings, NegativeUtf16CountUndoesThePrefixForwards) {
   FileStream file = MakeFileStream({0xFF, 0xFF, 0xFF, 0xFF, 0x41, 0});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(file.s, &text), STG_E_INSUFFICIENTMEMORY, kOutOfMemory);
   EXPECT_EQ(file.s.Position(), 4 + (k4G - 4));
 }
 
 TEST(StreamStrings, NegativeCodePageCountUndoesThePrefixForwards) {
   FileStream file = MakeFileStream({0xFE, 0xFF, 0xFF, 0xFF, 0x41});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(file.s, &text, kAnsi), STG_E_INSUFFICIENTMEMORY, kOutOfMemory);
   EXPECT_EQ(file.s.Position(), 4 + (k4G - 4));
 }
 
 TEST(StreamStrings, Utf16CountFarPastTheEndIsRefusedAsAnAllocationFailure) {
   FileStream file = MakeFileStream({0x00, 0x00, 0x00, 0x40, 0x41, 0});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(file.s, &text), STG_E_INSUFFICIENTMEMORY, kOutOfMemory);
   EXPECT_EQ(file.s.Position(), 4 + (k4G - 4));
 }
 
 TEST(StreamStrings, ZeroTerminatedUtf16ReadFailureUndoesTheUnitsRead) {
   FileStream file = MakeFileStream({0x41, 0, 0x42, 0});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(file.s, &text, kUtf16, kZeroTerminated), STG_E_INSUFFICIENTMEMORY, kReadError);
   EXPECT_EQ(file.s.Position(), 4 + (k4G - 4));
 }
@@ -40,14 +40,14 @@ TEST(StreamStrings, ZeroTerminatedUtf16ReadFailureUndoesTheUnitsRead) {
 TEST(StreamStrings, ZeroTerminatedUtf16ReadFailureUndoesWholeUnitsOnly) {
   // The half unit at the end moved the position but is not counted.
   FileStream file = MakeFileStream({0x41, 0, 0x42});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(file.s, &text, kUtf16, kZeroTerminated), STG_E_INSUFFICIENTMEMORY, kReadError);
   EXPECT_EQ(file.s.Position(), 3 + (k4G - 2));
 }
 
 TEST(StreamStrings, ZeroTerminatedCodePageReadFailureUndoesTheBytesRead) {
   FileStream file = MakeFileStream({0x41, 0x93});  // a lead byte with no trail byte
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(file.s, &text, 932, kZeroTerminated), STG_E_INSUFFICIENTMEMORY, kReadError);
   EXPECT_EQ(file.s.Position(), 2 + (k4G - 2));
 }
@@ -55,7 +55,7 @@ TEST(StreamStrings, ZeroTerminatedCodePageReadFailureUndoesTheBytesRead) {
 TEST(StreamStrings, LeadByteBeforeAZeroByteFailsTranslationAndUndoes) {
   // The platform makes two units of a lead byte and a zero byte, not one.
   FileStream file = MakeFileStream({0x41, 0x93, 0x00, 0x42});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(file.s, &text, 932, kZeroTerminated), 0x80070459, kTranslation);
   EXPECT_EQ(file.s.Position(), 3 + (k4G - 3));
 }
@@ -64,7 +64,7 @@ TEST(StreamStrings, UndoThatAMemoryStreamRefusesKeepsTheFailureReported) {
   // A memory stream cannot go past 4 GB: the undo's Seek fails, and the
   // read failure reported before it is still the one the client sees.
   StreamUnderTest s = MakeStream(false, {0x41, 0x42});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(s, &text, kAnsi, kZeroTerminated), STG_E_INSUFFICIENTMEMORY, kReadError);
   EXPECT_EQ(s.Position(), 2u);
 }
@@ -73,7 +73,7 @@ TEST(StreamStrings, UndoThatAMemoryStreamRefusesKeepsTheFailureReported) {
 
 TEST(StreamStrings, LengthFirstBodyFailureUndoesThePrefixAndIsMapped) {
   RefusingFileStream refusing = MakeRefusingStream(2, STG_E_MEDIUMFULL);
-  OwnedBstr text(u"AB");
+  Bstr text(u"AB");
   EXPECT_STREAM_FAILURE(WriteText(refusing.stream.get(), text.get(), kUtf16, kLengthFirst, 0, 1200), STG_E_MEDIUMFULL,
                         u"Destination Medium is full.");
   EXPECT_EQ(refusing.file.s.Contents(), (Bytes{0x02, 0, 0, 0}));
@@ -91,7 +91,7 @@ TEST(StreamStrings, BodyWriteFailuresMapToTheirMessages) {
   };
   for (const auto& c : cases) {
     RefusingFileStream refusing = MakeRefusingStream(2, c.code);
-    OwnedBstr text(u"AB");
+    Bstr text(u"AB");
     EXPECT_STREAM_FAILURE(WriteText(refusing.stream.get(), text.get(), kAnsi, kLengthFirst, 0, 1200), c.code,
                           c.message);
   }
@@ -99,7 +99,7 @@ TEST(StreamStrings, BodyWriteFailuresMapToTheirMessages) {
 
 TEST(StreamStrings, Utf16TerminatorFailureUndoesTheText) {
   RefusingFileStream refusing = MakeRefusingStream(2, STG_E_MEDIUMFULL);
-  OwnedBstr text(u"AB");
+  Bstr text(u"AB");
   EXPECT_STREAM_FAILURE(WriteText(refusing.stream.get(), text.get(), kUtf16, kZeroTerminated, 0, 1200),
                         STG_E_MEDIUMFULL, u"Destination Medium is full.");
   EXPECT_EQ(refusing.file.s.Position(), 4 + (k4G - 4));
@@ -107,7 +107,7 @@ TEST(StreamStrings, Utf16TerminatorFailureUndoesTheText) {
 
 TEST(StreamStrings, Utf16ZeroTerminatedBodyFailureIsMappedBeforeTheTerminator) {
   RefusingFileStream refusing = MakeRefusingStream(1, STG_E_WRITEFAULT);
-  OwnedBstr text(u"AB");
+  Bstr text(u"AB");
   EXPECT_STREAM_FAILURE(WriteText(refusing.stream.get(), text.get(), kUtf16, kZeroTerminated, 0, 1200),
                         STG_E_WRITEFAULT, u"Write fault.");
   EXPECT_TRUE(refusing.file.s.Contents().empty());
@@ -115,7 +115,7 @@ TEST(StreamStrings, Utf16ZeroTerminatedBodyFailureIsMappedBeforeTheTerminator) {
 
 TEST(StreamStrings, CodePageTerminatorFailureUndoesByCharactersNotBytes) {
   RefusingFileStream refusing = MakeRefusingStream(2, STG_E_MEDIUMFULL);
-  OwnedBstr text(kJapanese);
+  Bstr text(kJapanese);
   EXPECT_STREAM_FAILURE(WriteText(refusing.stream.get(), text.get(), 932, kZeroTerminated, 0, 1200),
                         STG_E_MEDIUMFULL, u"Destination Medium is full.");
   EXPECT_EQ(refusing.file.s.Contents(), (Bytes{0x93, 0xFA, 0x96, 0x7B}));
@@ -124,14 +124,14 @@ TEST(StreamStrings, CodePageTerminatorFailureUndoesByCharactersNotBytes) {
 
 TEST(StreamStrings, CodePageZeroTerminatedIgnoresARefusedBody) {
   RefusingFileStream refusing = MakeRefusingStream(1, STG_E_MEDIUMFULL);
-  OwnedBstr text(u"AB");
+  Bstr text(u"AB");
   ASSERT_EQ(WriteText(refusing.stream.get(), text.get(), kAnsi, kZeroTerminated, 0, 1200), S_OK);
   EXPECT_EQ(refusing.file.s.Contents(), (Bytes{0}));
 }
 
 TEST(StreamStrings, Utf16PaddingFailureUndoesTheText) {
   RefusingFileStream refusing = MakeRefusingStream(2, STG_E_MEDIUMFULL);
-  OwnedBstr text(u"AB");
+  Bstr text(u"AB");
   EXPECT_STREAM_FAILURE(WriteText(refusing.stream.get(), text.get(), kUtf16, kFixed, 4, 1200), STG_E_MEDIUMFULL,
                         u"Destination Medium is full.");
   EXPECT_EQ(refusing.file.s.Position(), 4 + (k4G - 4));
@@ -139,7 +139,7 @@ TEST(StreamStrings, Utf16PaddingFailureUndoesTheText) {
 
 TEST(StreamStrings, CodePagePaddingFailureUndoesTheConvertedBytes) {
   RefusingFileStream refusing = MakeRefusingStream(2, STG_E_MEDIUMFULL);
-  OwnedBstr text(u"\u65E5");
+  Bstr text(u"\u65E5");
   EXPECT_STREAM_FAILURE(WriteText(refusing.stream.get(), text.get(), 932, kFixed, 3, 1200), STG_E_MEDIUMFULL,
                         u"Destination Medium is full.");
   EXPECT_EQ(refusing.file.s.Contents(), (Bytes{0x93, 0xFA}));
@@ -148,7 +148,7 @@ TEST(StreamStrings, CodePagePaddingFailureUndoesTheConvertedBytes) {
 
 TEST(StreamStrings, FixedLengthBodyFailureSkipsThePadding) {
   RefusingFileStream refusing = MakeRefusingStream(1, STG_E_MEDIUMFULL);
-  OwnedBstr text(u"AB");
+  Bstr text(u"AB");
   EXPECT_STREAM_FAILURE(WriteText(refusing.stream.get(), text.get(), kUtf16, kFixed, 4, 1200), STG_E_MEDIUMFULL,
                         u"Destination Medium is full.");
   EXPECT_TRUE(refusing.file.s.Contents().empty());
@@ -193,7 +193,7 @@ TEST(StreamStrings, ReadOnlyFixedLengthIsRefusedByThePlatform) {
 
 TEST(StreamStrings, ReadOnlyStreamsReadStrings) {
   FileStream file = MakeFileStream({0x02, 0, 0, 0, 0x41, 0x42}, true);
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(file.s, &text, kAnsi), S_OK);
   EXPECT_EQ(text.text(), u"AB");
 }

@@ -17,7 +17,7 @@ TEST(StreamStrings, DefaultsWriteTheUnitCountThenTheUnits) {
 
 TEST(StreamStrings, DefaultsReadTheTextBack) {
   StreamUnderTest s = MakeStream(false, {0x02, 0, 0, 0, 0x41, 0, 0x42, 0});
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(s, &text), S_OK);
   EXPECT_EQ(text.text(), u"AB");
   EXPECT_EQ(s.Position(), 8u);
@@ -43,11 +43,11 @@ TEST(StreamStrings, AbsentTextIsWrittenAsTheCountZero) {
 
 TEST(StreamStrings, EmptyLengthFirstTextReadsAsAnEmptyStringNotAnAbsentOne) {
   StreamUnderTest s = MakeStream(false, {0, 0, 0, 0, 0, 0, 0, 0});
-  OwnedBstr utf16;
+  Bstr utf16;
   ASSERT_EQ(ReadText(s, &utf16), S_OK);
   ASSERT_NE(utf16.get(), nullptr);
   EXPECT_EQ(SysStringLen(utf16.get()), 0u);
-  OwnedBstr ansi;
+  Bstr ansi;
   ASSERT_EQ(ReadText(s, &ansi, kAnsi), S_OK);
   ASSERT_NE(ansi.get(), nullptr);
   EXPECT_EQ(SysStringLen(ansi.get()), 0u);
@@ -117,7 +117,7 @@ TEST(StreamStrings, FramingOtherThanZeroToTwoOnWriteIsAnInvalidParameter) {
 
 TEST(StreamStrings, ReadWithFramingSevenSucceedsWithNoString) {
   StreamUnderTest s = MakeStream(false, {0x41, 0, 0, 0});
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(s, &text, kUtf16, 7), S_OK);
   EXPECT_EQ(text.get(), nullptr);
   EXPECT_EQ(s.Position(), 0u);
@@ -184,7 +184,7 @@ TEST(StreamStrings, ShiftJisFixedLengthTakesMoreThanNbCharBytes) {
 
 TEST(StreamStrings, ShiftJisFixedLengthReadCountsADoubleByteCharacterOnce) {
   StreamUnderTest s = MakeStream(false, {0x93, 0xFA, 0x41, 0x42});
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(s, &text, 932, kFixed, 2), S_OK);
   EXPECT_EQ(text.text(), u"\u65E5A");
   EXPECT_EQ(s.Position(), 3u);
@@ -214,7 +214,7 @@ TEST(StreamStrings, SpecificCodePage1200GoesToThePlatformWhichRefusesIt) {
   StreamUnderTest s = MakeStream(false, {0x02, 0, 0, 0, 0x41, 0, 0x42, 0});
   EXPECT_STREAM_FAILURE(WriteText(s, u"AB", ssSpecificCodePage, kLengthFirst, 0, 1200), STG_E_INVALIDPARAMETER,
                         kCodePageUnknown);
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(s, &text, ssSpecificCodePage, kLengthFirst, 0, 1200), STG_E_INVALIDPARAMETER,
                         kCodePageUnknown);
   EXPECT_EQ(s.Position(), 0u);
@@ -238,7 +238,7 @@ TEST(StreamStrings, UnknownSpecificCodePageFailsBeforeAnythingIsWritten) {
 
 TEST(StreamStrings, UnknownSpecificCodePageFailsBeforeAnythingIsRead) {
   StreamUnderTest s = MakeStream(false, {0x02, 0, 0, 0, 0x41, 0x42});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(s, &text, ssSpecificCodePage, kZeroTerminated, 0, 12345), STG_E_INVALIDPARAMETER,
                         kCodePageUnknown);
   EXPECT_EQ(s.Position(), 0u);
@@ -248,7 +248,7 @@ TEST(StreamStrings, UnknownSpecificCodePageFailsBeforeAnythingIsRead) {
 
 TEST(StreamStrings, CodePageLengthFirstReadStopsAtTheFirstZeroByte) {
   StreamUnderTest s = MakeStream(false, {0x04, 0, 0, 0, 0x41, 0, 0x42, 0x43, 0x44});
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(s, &text, kAnsi), S_OK);
   EXPECT_EQ(text.text(), u"A");
   EXPECT_EQ(s.Position(), 8u);
@@ -256,7 +256,7 @@ TEST(StreamStrings, CodePageLengthFirstReadStopsAtTheFirstZeroByte) {
 
 TEST(StreamStrings, Utf16LengthFirstReadPastTheEndGivesZeroUnits) {
   StreamUnderTest s = MakeStream(false, {0x03, 0, 0, 0, 0x41, 0});
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(s, &text), S_OK);
   EXPECT_EQ(text.text(), std::u16string(u"A\0\0", 3));
   EXPECT_EQ(s.Position(), 6u);
@@ -264,14 +264,14 @@ TEST(StreamStrings, Utf16LengthFirstReadPastTheEndGivesZeroUnits) {
 
 TEST(StreamStrings, LengthFirstReadWithAShortPrefixFailsWithoutUndo) {
   StreamUnderTest s = MakeStream(false, {0x01, 0, 0});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(s, &text), STG_E_INSUFFICIENTMEMORY, kReadError);
   EXPECT_EQ(s.Position(), 3u);
 }
 
 TEST(StreamStrings, ZeroTerminatedReadWithoutTerminatorFailsWithReadError) {
   StreamUnderTest utf16 = MakeStream(false, {0x41, 0, 0x42, 0});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(utf16, &text, kUtf16, kZeroTerminated), STG_E_INSUFFICIENTMEMORY, kReadError);
   StreamUnderTest ansi = MakeStream(false, {0x41, 0x42});
   EXPECT_STREAM_FAILURE(ReadText(ansi, &text, kAnsi, kZeroTerminated), STG_E_INSUFFICIENTMEMORY, kReadError);
@@ -279,7 +279,7 @@ TEST(StreamStrings, ZeroTerminatedReadWithoutTerminatorFailsWithReadError) {
 
 TEST(StreamStrings, ZeroTerminatedUtf16ReadAppendsUnitsFrom0x8000Alone) {
   StreamUnderTest s = MakeStream(false, {0x00, 0x80, 0xFF, 0xFF, 0x41, 0x00, 0x00, 0x00});
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(s, &text, kUtf16, kZeroTerminated), S_OK);
   EXPECT_EQ(text.text(), u"\u8000\uFFFFA");
   EXPECT_EQ(s.Position(), 8u);
@@ -287,7 +287,7 @@ TEST(StreamStrings, ZeroTerminatedUtf16ReadAppendsUnitsFrom0x8000Alone) {
 
 TEST(StreamStrings, Utf16FixedLengthReadStopsAtTheFirstZeroUnit) {
   StreamUnderTest s = MakeStream(false, {0x41, 0, 0, 0, 0x42, 0, 0, 0});
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(s, &text, kUtf16, kFixed, 4), S_OK);
   EXPECT_EQ(text.text(), u"A");
   EXPECT_EQ(s.Position(), 8u);
@@ -295,7 +295,7 @@ TEST(StreamStrings, Utf16FixedLengthReadStopsAtTheFirstZeroUnit) {
 
 TEST(StreamStrings, Utf16FixedLengthReadPastTheEndGivesWhatThereIs) {
   StreamUnderTest s = MakeStream(false, {0x41, 0, 0x42});
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(s, &text, kUtf16, kFixed, 1000000), S_OK);
   EXPECT_EQ(text.text(), u"AB");
   EXPECT_EQ(s.Position(), 3u);
@@ -303,7 +303,7 @@ TEST(StreamStrings, Utf16FixedLengthReadPastTheEndGivesWhatThereIs) {
 
 TEST(StreamStrings, CodePageFixedLengthReadDropsZeroBytes) {
   StreamUnderTest s = MakeStream(false, {0x41, 0, 0x42, 0, 0x43});
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(s, &text, kAnsi, kFixed, 4), S_OK);
   EXPECT_EQ(text.text(), u"AB");
   EXPECT_EQ(s.Position(), 4u);
@@ -311,7 +311,7 @@ TEST(StreamStrings, CodePageFixedLengthReadDropsZeroBytes) {
 
 TEST(StreamStrings, CodePageFixedLengthReadOfNoCharactersReadsNothing) {
   StreamUnderTest s = MakeStream(false, {0x41});
-  OwnedBstr text;
+  Bstr text;
   ASSERT_EQ(ReadText(s, &text, kAnsi, kFixed, 0), S_OK);
   ASSERT_NE(text.get(), nullptr);
   EXPECT_EQ(SysStringLen(text.get()), 0u);
@@ -320,7 +320,7 @@ TEST(StreamStrings, CodePageFixedLengthReadOfNoCharactersReadsNothing) {
 
 TEST(StreamStrings, NegativeNbCharOnReadIsRefusedBeforeReading) {
   StreamUnderTest s = MakeStream(false, {0x41, 0, 0x42, 0});
-  OwnedBstr text;
+  Bstr text;
   EXPECT_STREAM_FAILURE(ReadText(s, &text, kUtf16, kFixed, -1), STG_E_INVALIDPARAMETER, kInvalidParameter);
   EXPECT_STREAM_FAILURE(ReadText(s, &text, kAnsi, kFixed, -2), STG_E_INVALIDPARAMETER, kInvalidParameter);
   EXPECT_EQ(s.Position(), 0u);

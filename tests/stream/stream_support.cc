@@ -57,14 +57,4 @@ ComPtr<_Stream> MakeStreamOver(IStream* platform, bool read_only) {
   return ComPtr<_Stream>(static_cast<_Stream*>(object.get()));
 }
 
-std::u16string TakeErrorText() {
-  ComPtr<IErrorInfo> info;
-  if (GetErrorInfo(0, info.put()) != S_OK) return u"";
-  BSTR text = nullptr;
-  info->GetDescription(&text);
-  std::u16string result(text ? text : u"");
-  SysFreeString(text);
-  return result;
-}
-
 }  // namespace quillbox::testing

@@ -10,6 +10,7 @@
 
 #include "quillbox/platform.h"
 #include "quillbox/quillbox.h"
+#include "storage/tree_support.h"
 #include "support/test_support.h"
 
 namespace quillbox::testing {
@@ -36,36 +37,12 @@ StreamUnderTest MakeStream(bool read_only = false, const Bytes& initial = {});
 // A Stream object over the given platform stream, with no owner.
 ComPtr<_Stream> MakeStreamOver(IStream* platform, bool read_only = false);
 
-// The description of the thread's error information (taken), or "".
-std::u16string TakeErrorText();
-
 // Checks a failed member: its result code and the description reported.
 #define EXPECT_STREAM_FAILURE(call, code, text)             \
   do {                                                      \
     const HRESULT hr_ = (call);                             \
     EXPECT_EQ(hr_, static_cast<HRESULT>(code));             \
-    EXPECT_EQ(::quillbox::testing::TakeErrorText(), (text)); \
+    EXPECT_EQ(::quillbox::testing::TakeDescription(), (text)); \
   } while (0)
-
-// An owned BSTR made from UTF-16 text (embedded zeros kept).
-class OwnedBstr {
- public:
-  explicit OwnedBstr(const std::u16string& text)
-      : value_(SysAllocStringLen(text.data(), static_cast<UINT>(text.size()))) {}
-  OwnedBstr() = default;
-  ~OwnedBstr() { SysFreeString(value_); }
-  OwnedBstr(const OwnedBstr&) = delete;
-  OwnedBstr& operator=(const OwnedBstr&) = delete;
-  BSTR get() const { return value_; }
-  BSTR* put() {
-    SysFreeString(value_);
-    value_ = nullptr;
-    return &value_;
-  }
-  std::u16string text() const { return value_ ? std::u16string(value_, SysStringLen(value_)) : u""; }
-
- private:
-  BSTR value_ = nullptr;
-};
 
 }  // namespace quillbox::testing

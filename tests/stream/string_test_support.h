@@ -40,11 +40,11 @@ inline HRESULT WriteText(_Stream* stream, BSTR text, LONG type, LONG framing, LO
 
 inline HRESULT WriteText(const StreamUnderTest& s, const std::u16string& text, LONG type = kUtf16,
                   LONG framing = kLengthFirst, LONG count = 0, LONG code_page = 1200) {
-  OwnedBstr owned(text);
+  Bstr owned(text);
   return WriteText(s.stream.get(), owned.get(), type, framing, count, code_page);
 }
 
-inline HRESULT ReadText(const StreamUnderTest& s, OwnedBstr* out, LONG type = kUtf16, LONG framing = kLengthFirst,
+inline HRESULT ReadText(const StreamUnderTest& s, Bstr* out, LONG type = kUtf16, LONG framing = kLengthFirst,
                  LONG count = 0, LONG code_page = 1200) {
   return s.stream->ReadString(static_cast<ssCharacterTypeEnum>(type), static_cast<ssStringInStreamEnum>(framing),
                               count, code_page, out->put());
@@ -58,7 +58,7 @@ inline void ExpectRoundTrip(const std::u16string& text, const Bytes& expected, L
   ASSERT_EQ(WriteText(s, text, type, framing, count, code_page), S_OK);
   EXPECT_EQ(s.Contents(), expected);
   s.Fill(expected);
-  OwnedBstr back;
+  Bstr back;
   ASSERT_EQ(ReadText(s, &back, type, framing, count, code_page), S_OK);
   EXPECT_EQ(back.text(), text);
   EXPECT_EQ(s.Position(), expected.size());
