@@ -2,12 +2,15 @@
 # The compound-file benchmark: builds our peer and the open-and-list
 # benchmark, runs the shared peer harness (/work/shared/bench/run-peers.sh)
 # with libgsf and us, which ends with the dd baseline, then prints our
-# figures as ratios against libgsf and dd measured in the same run.
+# figures as ratios against libgsf and dd measured in the same run; last,
+# the Stream object benchmark (ratios against the platform stream and
+# against itself, from its own run).
 # W3 (the metadata scan of 2,000 .doc files) reads files POI HPSF writes
 # (the harness's PoiPeer gen-w3); they are made here first and kept.
 #   scripts/run-bench.sh [build-folder]      (default: build)
 #   BENCH_STATE=/tmp/...                     where the harness works
 #   BENCH_ONLY=W3 scripts/run-bench.sh       only W3, libgsf's and ours (seconds, not minutes)
+#   BENCH_ONLY=stream scripts/run-bench.sh   only the Stream object benchmark (about two minutes)
 set -eu
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
 BUILD=${1:-build}
@@ -16,6 +19,21 @@ HARNESS=${QUILLBOX_BENCH_HARNESS:-$ROOT/../shared/bench/run-peers.sh}
 STATE=${BENCH_STATE:-/tmp/quillbox-peer-bench}
 RESULTS=$STATE/results
 PY=/usr/bin/python3
+
+# The Stream object benchmark needs nothing of the harness; its program
+# prints Google Benchmark's report and then its own ratios.
+run_stream_bench() {
+  echo "== Stream object =="
+  mkdir -p "$RESULTS"
+  QUILLBOX_BENCH_DIR=$STATE "$BUILD/bench/bench_stream_object" |
+    tee "$RESULTS/stream-object-$(date -u +%Y-%m-%dT%H%M%S).txt"
+}
+if [ "${BENCH_ONLY:-}" = stream ]; then
+  [ -f "$BUILD/build.ninja" ] || cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
+  cmake --build "$BUILD" -j "${JOBS:-$(nproc)}" --target bench_stream_object
+  run_stream_bench
+  exit 0
+fi
 
 # What the harness needs even for the libgsf peer alone: the libgsf peer is
 # compiled against libgsf and zlib, and the harness also compiles its Java
@@ -41,7 +59,7 @@ if [ -n "$(echo "$missing" | tr -d ' ')" ]; then
 fi
 
 [ -f "$BUILD/build.ninja" ] || cmake -S "$ROOT" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo
-cmake --build "$BUILD" -j "${JOBS:-$(nproc)}" --target quillbox_peer bench_open_listing
+cmake --build "$BUILD" -j "${JOBS:-$(nproc)}" --target quillbox_peer bench_open_listing bench_stream_object
 
 # ---- W3's files, made as the harness makes them ----
 PEERS_DIR=$(dirname "$HARNESS")/peers
@@ -83,3 +101,5 @@ listing=$STATE/open-listing.json
 QUILLBOX_BENCH_DIR=$STATE "$BUILD/bench/bench_open_listing" --benchmark_format=json > "$listing"
 
 $PY "$ROOT/scripts/bench_table.py" "$out" "$listing"
+
+run_stream_bench

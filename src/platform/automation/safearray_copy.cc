@@ -11,6 +11,11 @@ namespace qa = quillbox::automation;
 void qa::ReleaseElements(SAFEARRAY* psa, std::size_t first, std::size_t count) {
   auto* data = static_cast<std::byte*>(psa->pvData);
   if (!data) return;
+  // Plain elements own nothing: one clear of the whole run.
+  if (!(psa->fFeatures & (FADF_BSTR | FADF_UNKNOWN | FADF_DISPATCH | FADF_VARIANT))) {
+    if (count) std::memset(data + first * psa->cbElements, 0, count * psa->cbElements);
+    return;
+  }
   for (std::size_t i = first; i < first + count; ++i) {
     std::byte* element = data + i * psa->cbElements;
     if (psa->fFeatures & FADF_BSTR) {
