@@ -29,8 +29,23 @@ echo
 echo "== quillbox hexdump $sample Typed/Variants  (Long 42, Double 3.25, String, Date, Boolean as variant records)"
 "$tool" hexdump "$sample" Typed/Variants
 echo
+echo "== quillbox values $sample Typed/Variants  (the same records read back with Stream.Read)"
+"$tool" values "$sample" Typed/Variants
+echo
+# One text, written with WriteString in several framings and code pages:
+# each stream is read back with the settings it was written with.
+strings=Typed/Strings
+echo "== quillbox string $sample $strings/Utf16LengthFirst  (UTF-16, 4-byte count first: the defaults)"
+"$tool" string "$sample" "$strings/Utf16LengthFirst"
+echo "== quillbox string $sample $strings/Cp1252NullTerminated --encoding 1252 --framing zero"
+"$tool" string "$sample" "$strings/Cp1252NullTerminated" --encoding 1252 --framing zero
+echo "== quillbox string $sample $strings/Cp437Fixed12 --encoding 437 --framing fixed --count 12"
+"$tool" string "$sample" "$strings/Cp437Fixed12" --encoding 437 --framing fixed --count 12
+echo
 echo "Point the same commands at your own compound files (.doc, .xls, .msg, ...):"
 echo "  $tool tree FILE"
 echo "  $tool hexdump FILE PATH"
 echo "  $tool cat FILE PATH > bytes.bin"
+echo "  $tool values FILE PATH    (a stream of variant records)"
+echo "  $tool string FILE PATH --encoding CODEPAGE --framing length|zero|fixed"
 echo "  $tool --help    (all commands; docs/tool.md)"

@@ -29,7 +29,8 @@ TEST_F(CommandLine, VersionCommandAgreesWithTheFlag) {
 
 TEST_F(CommandLine, EveryCommandHasHelp) {
   for (const char* command :
-       {"new", "tree", "ls", "cat", "hexdump", "put", "mkdir", "rm", "mv", "touch", "sample", "version"}) {
+       {"new", "tree", "ls", "cat", "hexdump", "values", "string", "put", "mkdir", "rm", "mv", "touch", "sample",
+        "version"}) {
     const qt::ToolRun run = Ok({command, "--help"});
     EXPECT_NE(run.out.find("Usage:"), std::string::npos) << command << "\n" << run.out;
     EXPECT_NE(run.out.find(command), std::string::npos) << command;
@@ -38,7 +39,8 @@ TEST_F(CommandLine, EveryCommandHasHelp) {
 
 TEST_F(CommandLine, TopLevelHelpListsTheDocumentCommands) {
   const qt::ToolRun run = Ok({"--help"});
-  for (const char* command : {"new", "tree", "ls", "cat", "hexdump", "put", "mkdir", "rm", "mv", "touch", "sample"}) {
+  for (const char* command :
+       {"new", "tree", "ls", "cat", "hexdump", "values", "string", "put", "mkdir", "rm", "mv", "touch", "sample"}) {
     EXPECT_NE(run.out.find(std::string("\n  ") + command + " "), std::string::npos) << command << "\n" << run.out;
   }
 }

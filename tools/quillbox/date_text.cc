@@ -52,6 +52,10 @@ bool ParseFields(const std::string& text, SYSTEMTIME* fields, bool* utc) {
 
 std::optional<std::string> DateText(DATE date) {
   if (date == 0.0) return std::nullopt;
+  return DateValueText(date);
+}
+
+std::optional<std::string> DateValueText(DATE date) {
   SYSTEMTIME t{};
   if (!VariantTimeToSystemTime(date, &t)) return std::nullopt;
   char text[48];

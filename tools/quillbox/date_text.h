@@ -15,6 +15,10 @@ namespace quillbox::tool {
 // date 0.0, which is how the library gives a time that was never set.
 std::optional<std::string> DateText(DATE date);
 
+// The same text for any date the platform can split into fields, 0.0
+// (1899-12-30T00:00:00) included: a date value rather than an element time.
+std::optional<std::string> DateValueText(DATE date);
+
 // "YYYY-MM-DD", "YYYY-MM-DDTHH:MM" or "YYYY-MM-DDTHH:MM:SS" (a blank may
 // stand for the T), local time, or UTC with a trailing "Z"; years
 // 1601-9999. Gives the date to hand to Creation / LastModified put.

@@ -167,4 +167,12 @@ Status FindStream(_Storage* root, const ElementPath& path, ComPtr<_Stream>* stre
   return s;
 }
 
+Status OpenStreamToRead(const std::string& file, const std::string& path, Document* document,
+                        ComPtr<_Stream>* stream) {
+  ElementPath names;
+  if (Status s = ParsePath(path, &names); !s.ok()) return s;
+  if (Status s = document->Open(file, Access::kReadOnly); !s.ok()) return s;
+  return FindStream(document->root(), names, stream);
+}
+
 }  // namespace quillbox::tool

@@ -62,4 +62,9 @@ Status HasChildStorage(_Storage* parent, const std::u16string& name, bool* found
 // a path that names a storage is told as such.
 Status FindStream(_Storage* root, const ElementPath& path, ComPtr<_Stream>* stream);
 
+// What the reading commands start with: opens file read-only into
+// *document and finds the stream that path (command-line text) names.
+Status OpenStreamToRead(const std::string& file, const std::string& path, Document* document,
+                        ComPtr<_Stream>* stream);
+
 }  // namespace quillbox::tool

@@ -18,6 +18,8 @@ int main(int argc, char** argv) {
   quillbox::tool::AddEditCommands(app);
   quillbox::tool::AddTreeCommands(app);
   quillbox::tool::AddReadCommands(app);
+  quillbox::tool::AddValuesCommand(app);
+  quillbox::tool::AddStringCommand(app);
   quillbox::tool::AddPutCommand(app);
   quillbox::tool::AddTouchCommand(app);
   quillbox::tool::AddSampleCommand(app);

@@ -20,12 +20,9 @@ struct ReadOptions {
 };
 
 Status ReadRange(const ReadOptions& options, const ChunkSink& sink) {
-  ElementPath path;
-  if (Status s = ParsePath(options.path, &path); !s.ok()) return s;
   Document document;
-  if (Status s = document.Open(options.file, Access::kReadOnly); !s.ok()) return s;
   ComPtr<_Stream> stream;
-  if (Status s = FindStream(document.root(), path, &stream); !s.ok()) return s;
+  if (Status s = OpenStreamToRead(options.file, options.path, &document, &stream); !s.ok()) return s;
   return ReadStream(stream.get(), options.offset, options.length, sink);
 }
 
@@ -110,10 +107,7 @@ Status Hexdump(const ReadOptions& options) {
   return s;
 }
 
-// The unsigned conversion would take "-3" as a huge number.
-const CLI::Validator kByteCount(
-    [](std::string& text) { return text.find('-') == std::string::npos ? std::string() : "a byte count is not negative"; },
-    "BYTES");
+const CLI::Validator kByteCount = NotNegative("a byte count", "BYTES");
 
 void AddReadOptions(CLI::App* cmd, ReadOptions* options) {
   cmd->add_option("FILE", options->file, "The compound document (opened read-only)")->required();
@@ -125,6 +119,14 @@ void AddReadOptions(CLI::App* cmd, ReadOptions* options) {
 }
 
 }  // namespace
+
+CLI::Validator NotNegative(const std::string& what, const std::string& name) {
+  return CLI::Validator(
+      [what](std::string& text) {
+        return text.find('-') == std::string::npos ? std::string() : what + " is not negative";
+      },
+      name);
+}
 
 void AddReadCommands(CLI::App& app) {
   auto cat_options = std::make_shared<ReadOptions>();

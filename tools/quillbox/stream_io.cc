@@ -1,4 +1,5 @@
-// ReadStream and WriteStream over the byte-array members of _Stream.
+// ReadStream and WriteStream over the byte-array members of _Stream, and
+// StreamPosition.
 #include "stream_io.h"
 
 #include <algorithm>
@@ -96,6 +97,13 @@ Status ReadStream(_Stream* stream, std::uint64_t offset, std::optional<std::uint
     remaining -= got;
     at += got;
   }
+  return Status::Ok();
+}
+
+Status StreamPosition(_Stream* stream, ULONG* position) {
+  LONG at = 0;
+  if (Status s = Check(stream->Seek(0, ssSeekCurrent, &at)); !s.ok()) return s;
+  *position = static_cast<ULONG>(at);
   return Status::Ok();
 }
 

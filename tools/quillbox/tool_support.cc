@@ -24,12 +24,13 @@ std::string TrimRight(std::string text) {
 
 }  // namespace
 
-Status Status::Library(HRESULT code) {
+Status Status::Library(HRESULT code, std::string fallback) {
   std::string description;
   if (ComPtr<IErrorInfo> info = TakeErrorInfo()) {
     Bstr text;
     if (SUCCEEDED(info->GetDescription(text.put()))) description = TrimRight(ToUtf8(text.text()));
   }
+  if (description.empty()) description = std::move(fallback);
   if (description.empty()) description = "the library reported a failure without a description";
   return Status(code, std::move(description), true);
 }

@@ -18,8 +18,10 @@ namespace quillbox::tool {
 class Status {
  public:
   static Status Ok() { return Status(); }
-  // Takes the thread's error information (if any) to describe code.
-  static Status Library(HRESULT code);
+  // Takes the thread's error information (if any) to describe code; some
+  // members fail without any, and then fallback (when given) says what
+  // went wrong.
+  static Status Library(HRESULT code, std::string fallback = {});
   static Status Tool(std::string message) { return Status(E_FAIL, std::move(message), false); }
 
   bool ok() const { return !failed_; }

@@ -9,6 +9,7 @@
 #include "date_text.h"
 #include "document.h"
 #include "element_walk.h"
+#include "json_output.h"
 
 namespace quillbox::tool {
 namespace {
@@ -88,13 +89,6 @@ nlohmann::ordered_json ToJson(const Element& e, bool with_children) {
     for (const auto& child : e.children) out["children"].push_back(ToJson(child, true));
   }
   return out;
-}
-
-void PrintJson(const nlohmann::ordered_json& json) {
-  // Names come out of UTF-16 through the platform's converter; replace
-  // rather than throw should anything slip through.
-  const std::string text = json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
-  std::printf("%s\n", text.c_str());
 }
 
 Status Describe(const ListOptions& options, int levels, Element* element) {
