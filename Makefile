@@ -54,7 +54,8 @@ test-asan: build-asan
 fuzz: deps
 	@FUZZ_BUILD=$(CURDIR)/build-fuzz JOBS=$(JOBS) fuzz/run-fuzz.sh
 
-# The compound-file benchmark against the shared peers and dd.
+# The benchmarks: compound files and property sets against the shared peers
+# and dd, then the Stream object against the platform stream.
 bench: deps $(BUILD)/build.ninja
 	@scripts/run-bench.sh $(BUILD)
 
