@@ -48,8 +48,8 @@ test-asan: build-asan
 	@echo "== Python tests: ASan+UBSan build (interpreter with libasan preloaded) =="
 	cd $(ASAN_BUILD) && ctest --output-on-failure -V -L python
 
-# Bounded fuzzing of the compound-file and property-set engines (clang build
-# in build-fuzz; FUZZ_SECONDS split between them).
+# Bounded fuzzing of the compound-file and property-set engines and of the
+# Stream object's reading members (clang build in build-fuzz; FUZZ_SECONDS split).
 .PHONY: fuzz bench
 fuzz: deps
 	@FUZZ_BUILD=$(CURDIR)/build-fuzz JOBS=$(JOBS) fuzz/run-fuzz.sh

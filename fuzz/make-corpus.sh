@@ -4,7 +4,9 @@
 #   written by gsf createole, and corrupted variants of both (corrupt.py);
 # fuzz/corpus/propset: property-set streams of our own (propset_seed_writer),
 #   streams Apache POI HPSF writes (the benchmark's W3 generator), and
-#   damaged variants of both (corrupt_propset.py).
+#   damaged variants of both (corrupt_propset.py);
+# fuzz/corpus/stream_values: hand-made programs and stream bytes for the
+#   Stream fuzzer (stream_seeds.py).
 # The writers come from a build made by run-fuzz.sh (or any build with
 # -DQUILLBOX_FUZZ=ON).
 #   fuzz/make-corpus.sh [path/to/cfb_seed_writer [path/to/propset_seed_writer]]
@@ -20,7 +22,7 @@ POI_PEER=$ROOT/../shared/bench/peers/PoiPeer.java
 TMP=$(mktemp -d)
 trap 'rm -rf "$TMP"' EXIT
 mkdir -p "$OUT" "$TMP/base" "$PROPSET_OUT" "$TMP/sets"
-wanted() { case " ${CORPORA:-cfb propset} " in *" $1 "*) return 0;; esac; return 1; }
+wanted() { case " ${CORPORA:-cfb propset stream_values} " in *" $1 "*) return 0;; esac; return 1; }
 
 if wanted cfb; then
 "$WRITER" "$TMP/base"
@@ -56,4 +58,8 @@ EOF
 cp "$TMP"/sets/* "$PROPSET_OUT/"
 /usr/bin/python3 "$ROOT/fuzz/corrupt_propset.py" "$PROPSET_OUT" "$TMP"/sets/*
 ls "$PROPSET_OUT" | wc -l
+fi
+
+if wanted stream_values; then
+/usr/bin/python3 "$ROOT/fuzz/stream_seeds.py" "$ROOT/fuzz/corpus/stream_values"
 fi

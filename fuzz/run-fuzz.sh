@@ -2,12 +2,13 @@
 # Builds the fuzzers with clang (their own build folder, with
 # AddressSanitizer and UndefinedBehaviorSanitizer) and runs them one after
 # the other on their seed corpora, splitting a bounded time between them:
-# the compound-file fuzzer (cfb_fuzzer, corpus fuzz/corpus/cfb) and the
-# property-set fuzzer (propset_fuzzer, corpus fuzz/corpus/propset). Inputs
-# that crash, leak or hang are written to fuzz/crashes/ (the property-set
-# ones to fuzz/crashes/propset/) and the script fails; keep them there, the
-# replay tests run them in every build.
-#   fuzz/run-fuzz.sh                     60 seconds in all (30 each)
+# the compound-file fuzzer (cfb_fuzzer, corpus fuzz/corpus/cfb), the
+# property-set fuzzer (propset_fuzzer, corpus fuzz/corpus/propset) and the
+# Stream object's fuzzer (stream_values_fuzzer, corpus
+# fuzz/corpus/stream_values). Inputs that crash, leak or hang are written to
+# fuzz/crashes/ (the other fuzzers' ones to fuzz/crashes/<target>/) and the
+# script fails; keep them there, the replay tests run them in every build.
+#   fuzz/run-fuzz.sh                     60 seconds in all (20 each)
 #   FUZZ_SECONDS=600 fuzz/run-fuzz.sh
 #   FUZZ_TARGETS=propset fuzz/run-fuzz.sh  one of them, for all the time
 #   FUZZ_BUILD=build-fuzz JOBS=2         where to build, how many jobs
@@ -15,7 +16,7 @@ set -eu
 ROOT=$(cd "$(dirname "$0")/.." && pwd)
 BUILD=${FUZZ_BUILD:-$ROOT/build-fuzz}
 SECONDS_TO_RUN=${FUZZ_SECONDS:-60}
-TARGETS=${FUZZ_TARGETS:-cfb propset}
+TARGETS=${FUZZ_TARGETS:-cfb propset stream_values}
 JOBS=${JOBS:-$(nproc)}
 
 set -- $TARGETS

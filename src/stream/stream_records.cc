@@ -119,6 +119,10 @@ HRESULT ReadStringRecord(IStream* stream, VARTYPE tag, VARIANT* value) {
       SysFreeString(text);
       return hr;
     }
+    // The record's last two bytes are its terminator; whatever a damaged
+    // record holds there, the string ends in zeros.
+    reinterpret_cast<BYTE*>(text)[count - 2] = 0;
+    reinterpret_cast<BYTE*>(text)[count - 1] = 0;
   }
   value->vt = VT_BSTR;
   value->bstrVal = text;
