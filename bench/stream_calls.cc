@@ -81,20 +81,23 @@ void BM_PlatformWrite4(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kCalls);
 }
 
-void BM_WriteLong(benchmark::State& state) {
-  ComPtr<_Stream> stream = MemoryStream(state, 4 * kCalls);
+// calls early-bound WriteLong calls an iteration.
+void WriteLongCalls(benchmark::State& state, LONG calls) {
+  ComPtr<_Stream> stream = MemoryStream(state, 4 * calls);
   if (!stream) return;
   for (auto _ : state) {
     if (!Rewind(state, stream.get())) break;
     HRESULT hr = S_OK;
-    for (LONG i = 0; i < kCalls && SUCCEEDED(hr); ++i) hr = stream->WriteLong(i);
+    for (LONG i = 0; i < calls && SUCCEEDED(hr); ++i) hr = stream->WriteLong(i);
     if (FAILED(hr)) {
       Fail(state, "Stream.WriteLong", hr);
       break;
     }
   }
-  state.SetItemsProcessed(state.iterations() * kCalls);
+  state.SetItemsProcessed(state.iterations() * calls);
 }
+
+void BM_WriteLong(benchmark::State& state) { WriteLongCalls(state, kCalls); }
 
 void BM_PlatformRead4(benchmark::State& state) {
   ComPtr<IStream> stream = PlatformMemoryStream(state, 4 * kCalls);
@@ -159,20 +162,7 @@ void BM_WriteVariantLong(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kCalls);
 }
 
-void BM_WriteLongEarly(benchmark::State& state) {
-  ComPtr<_Stream> stream = MemoryStream(state, 4 * kLateCalls);
-  if (!stream) return;
-  for (auto _ : state) {
-    if (!Rewind(state, stream.get())) break;
-    HRESULT hr = S_OK;
-    for (LONG i = 0; i < kLateCalls && SUCCEEDED(hr); ++i) hr = stream->WriteLong(i);
-    if (FAILED(hr)) {
-      Fail(state, "Stream.WriteLong", hr);
-      break;
-    }
-  }
-  state.SetItemsProcessed(state.iterations() * kLateCalls);
-}
+void BM_WriteLongEarly(benchmark::State& state) { WriteLongCalls(state, kLateCalls); }
 
 // As a scripting client calls a method: the argument by value, a result
 // variant and the exception information offered.
