@@ -15,6 +15,7 @@ using storage_tree::kMsgInvalidPointer;
 using storage_tree::kMsgMediumFull;
 using storage_tree::kMsgReadOnly;
 using storage_tree::kMsgUnexpected;
+using storage_tree::kMsgWriteFault;
 
 Stream::~Stream() {
   // The parent forgets this child before the reference on it goes.
@@ -73,6 +74,21 @@ HRESULT Stream::OpenCheck() {
 HRESULT Stream::EnsureOpen() {
   const HRESULT hr = OpenCheck();
   return FAILED(hr) ? Report(kMsgUnexpected, hr) : S_OK;
+}
+
+HRESULT Stream::MapWriteResult(HRESULT hr) {
+  if (SUCCEEDED(hr)) return hr;
+  if (hr == STG_E_ACCESSDENIED) return Report(kMsgAccessDenied, hr);
+  if (hr == STG_E_INVALIDPOINTER) return Report(kMsgInvalidPointer, hr);
+  if (hr == STG_E_WRITEFAULT || hr == STG_E_CANTSAVE) return Report(kMsgWriteFault, hr);
+  if (hr == STG_E_MEDIUMFULL) return Report(kMsgMediumFull, hr);
+  return Report(kMsgUnexpected, hr);
+}
+
+HRESULT Stream::MapReadFailure(HRESULT hr) {
+  if (hr == STG_E_ACCESSDENIED) return Report(kMsgAccessDenied, hr);
+  if (hr == STG_E_INVALIDPOINTER) return Report(kMsgInvalidPointer, hr);
+  return Report(kMsgUnexpected, hr);
 }
 
 STDMETHODIMP Stream::get_Name(BSTR* result) {

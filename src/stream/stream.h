@@ -83,6 +83,12 @@ class Stream final : public frame::AutomationObject<Stream, _Stream>, public sto
   // OpenCheck, then the member's own report of message 1 on failure.
   HRESULT EnsureOpen();
 
+  // The common mapping of a platform write's result: success stays, each
+  // failure is reported with its message (208, 209, 228, 207, else 1).
+  HRESULT MapWriteResult(HRESULT hr);
+  // The same for a failed platform read (208, 209, else 1).
+  HRESULT MapReadFailure(HRESULT hr);
+
   // The shared routines of the scalar members: width bytes at the position.
   HRESULT ReadScalar(void* value, ULONG width);
   HRESULT WriteScalar(const void* value, ULONG width);
@@ -94,8 +100,7 @@ class Stream final : public frame::AutomationObject<Stream, _Stream>, public sto
   // The undo step of the string members: Seek(-count, ssSeekCurrent), which
   // does not sign-extend and so moves 2^32 - count bytes on.
   void Undo(ULONG count);
-  // Maps the result of a body write of the string members.
-  HRESULT MapBodyWrite(HRESULT hr);
+
   // The string members' framings.
   HRESULT WriteLengthFirst(const OLECHAR* text, ULONG n, UINT code_page, bool unicode);
   HRESULT WriteNullTerminated(const OLECHAR* text, ULONG n, UINT code_page, bool unicode);

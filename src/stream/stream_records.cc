@@ -14,15 +14,11 @@
 
 namespace quillbox::stream_object {
 
-using storage_tree::kMsgAccessDenied;
 using storage_tree::kMsgInvalidParameter;
 using storage_tree::kMsgInvalidPointer;
-using storage_tree::kMsgMediumFull;
 using storage_tree::kMsgOutOfMemory;
 using storage_tree::kMsgReadError;
 using storage_tree::kMsgReadOnly;
-using storage_tree::kMsgUnexpected;
-using storage_tree::kMsgWriteFault;
 
 namespace {
 
@@ -225,14 +221,10 @@ STDMETHODIMP Stream::ReadBytes(LONG* count, VARIANT* bytes) {
     // The count read is not returned: bytes past the end stay zero.
     ULONG got = 0;
     hr = stream_->Read(data, wanted, &got);
-    if (hr == STG_E_ACCESSDENIED) {
-      hr = Report(kMsgAccessDenied, hr);
-    } else if (hr == STG_E_INVALIDPOINTER) {
-      hr = Report(kMsgInvalidPointer, hr);
+    if (FAILED(hr)) {
+      hr = MapReadFailure(hr);
     } else if (hr == S_FALSE) {
       hr = Report(kMsgReadError, STG_E_INSUFFICIENTMEMORY);
-    } else if (FAILED(hr)) {
-      hr = Report(kMsgUnexpected, hr);
     }
   }
   SafeArrayUnaccessData(array);
@@ -270,18 +262,7 @@ STDMETHODIMP Stream::WriteBytes(VARIANT bytes, LONG* count) {
   HRESULT hr = EnsureOpen();
   ULONG written = 0;
   if (SUCCEEDED(hr)) {
-    hr = stream_->Write(data, length, &written);
-    if (hr == STG_E_ACCESSDENIED) {
-      hr = Report(kMsgAccessDenied, hr);
-    } else if (hr == STG_E_INVALIDPOINTER) {
-      hr = Report(kMsgInvalidPointer, hr);
-    } else if (hr == STG_E_WRITEFAULT || hr == STG_E_CANTSAVE) {
-      hr = Report(kMsgWriteFault, hr);
-    } else if (hr == STG_E_MEDIUMFULL) {
-      hr = Report(kMsgMediumFull, hr);
-    } else if (FAILED(hr)) {
-      hr = Report(kMsgUnexpected, hr);
-    }
+    hr = MapWriteResult(stream_->Write(data, length, &written));
   }
   SafeArrayUnaccessData(array);
   if (FAILED(hr)) return hr;

@@ -8,11 +8,8 @@
 
 namespace quillbox::stream_object {
 
-using storage_tree::kMsgAccessDenied;
 using storage_tree::kMsgInvalidPointer;
-using storage_tree::kMsgMediumFull;
 using storage_tree::kMsgReadOnly;
-using storage_tree::kMsgUnexpected;
 
 using storage_tree::kMsgReadError;
 using storage_tree::kMsgWriteFault;
@@ -24,11 +21,9 @@ HRESULT Stream::ReadScalar(void* value, ULONG width) {
   unsigned char bytes[16] = {};
   ULONG got = 0;
   hr = stream_->Read(bytes, width, &got);
-  if (hr == STG_E_ACCESSDENIED) return Report(kMsgAccessDenied, hr);
-  if (hr == STG_E_INVALIDPOINTER) return Report(kMsgInvalidPointer, hr);
+  if (FAILED(hr)) return MapReadFailure(hr);
   // A short read is how the end of the stream shows.
   if (hr == S_FALSE || (hr == S_OK && got < width)) return Report(kMsgReadError, STG_E_INSUFFICIENTMEMORY);
-  if (FAILED(hr)) return Report(kMsgUnexpected, hr);
   std::memcpy(value, bytes, width);
   return S_OK;
 }
@@ -39,12 +34,8 @@ HRESULT Stream::WriteScalar(const void* value, ULONG width) {
   if (FAILED(hr)) return hr;
   ULONG written = 0;
   hr = stream_->Write(value, width, &written);
-  if (hr == STG_E_ACCESSDENIED) return Report(kMsgAccessDenied, hr);
-  if (hr == STG_E_INVALIDPOINTER) return Report(kMsgInvalidPointer, hr);
-  if (hr == STG_E_WRITEFAULT || hr == STG_E_CANTSAVE) return Report(kMsgWriteFault, hr);
-  if (hr == STG_E_MEDIUMFULL) return Report(kMsgMediumFull, hr);
+  if (FAILED(hr)) return MapWriteResult(hr);
   if (hr == S_OK && written < width) return Report(kMsgWriteFault, STG_E_WRITEFAULT);
-  if (FAILED(hr)) return Report(kMsgUnexpected, hr);
   return S_OK;
 }
 

@@ -17,18 +17,14 @@
 
 namespace quillbox::stream_object {
 
-using storage_tree::kMsgAccessDenied;
 using storage_tree::kMsgCodePageEmbeddedNull;
 using storage_tree::kMsgCodePageNotFound;
 using storage_tree::kMsgInvalidParameter;
 using storage_tree::kMsgInvalidPointer;
-using storage_tree::kMsgMediumFull;
 using storage_tree::kMsgNullTerminatedEmbeddedNull;
 using storage_tree::kMsgOutOfMemory;
 using storage_tree::kMsgReadError;
-using storage_tree::kMsgUnexpected;
 using storage_tree::kMsgUnicodeTranslation;
-using storage_tree::kMsgWriteFault;
 
 namespace {
 
@@ -111,12 +107,6 @@ HRESULT PutBytes(IStream* stream, const void* bytes, ULONG count) {
   return stream->Write(count ? bytes : &kNothing, count, &written);
 }
 
-HRESULT MapRead(HRESULT hr) {
-  if (hr == STG_E_ACCESSDENIED) return Stream::Fail(kMsgAccessDenied, hr);
-  if (hr == STG_E_INVALIDPOINTER) return Stream::Fail(kMsgInvalidPointer, hr);
-  return Stream::Fail(kMsgUnexpected, hr);
-}
-
 // The bytes between the position and the end, when the stream tells.
 bool BytesLeft(IStream* stream, ULONGLONG* left) {
   if (!stream) return false;
@@ -154,15 +144,6 @@ void Stream::Undo(ULONG count) {
   LONG reached = 0;
   Seek(static_cast<LONG>(0u - count), ssSeekCurrent, &reached);
   SetErrorInfo(0, kept.get());
-}
-
-HRESULT Stream::MapBodyWrite(HRESULT hr) {
-  if (SUCCEEDED(hr)) return S_OK;
-  if (hr == STG_E_ACCESSDENIED) return Report(kMsgAccessDenied, hr);
-  if (hr == STG_E_INVALIDPOINTER) return Report(kMsgInvalidPointer, hr);
-  if (hr == STG_E_WRITEFAULT || hr == STG_E_CANTSAVE) return Report(kMsgWriteFault, hr);
-  if (hr == STG_E_MEDIUMFULL) return Report(kMsgMediumFull, hr);
-  return Report(kMsgUnexpected, hr);
 }
 
 STDMETHODIMP Stream::WriteString(BSTR text, ssCharacterTypeEnum character_type, ssStringInStreamEnum string_type,
@@ -204,7 +185,7 @@ HRESULT Stream::WriteLengthFirst(const OLECHAR* text, ULONG n, UINT code_page, b
   if (FAILED(hr)) return hr;
   hr = PutBytes(stream_.get(), body, size);
   if (FAILED(hr)) Undo(4);
-  return MapBodyWrite(hr);
+  return MapWriteResult(hr);
 }
 
 // The text, then its terminator (two zero bytes for UTF-16, one otherwise).
@@ -216,7 +197,7 @@ HRESULT Stream::WriteNullTerminated(const OLECHAR* text, ULONG n, UINT code_page
     hr = EnsureOpen();
     if (FAILED(hr)) return hr;
     hr = PutBytes(stream_.get(), text, 2 * n);
-    if (FAILED(hr)) return MapBodyWrite(hr);
+    if (FAILED(hr)) return MapWriteResult(hr);
     hr = WriteInteger(0);
     if (FAILED(hr)) Undo(2 * n);
     return hr;
@@ -259,7 +240,7 @@ HRESULT Stream::WriteFixedLength(const OLECHAR* text, ULONG n, LONG char_count, 
     if (FAILED(hr)) return hr;
     hr = PutBytes(stream_.get(), converted.get(), body_size);
   }
-  if (wanted <= n || FAILED(hr)) return MapBodyWrite(hr);
+  if (wanted <= n || FAILED(hr)) return MapWriteResult(hr);
 
   const ULONGLONG padding = static_cast<ULONGLONG>(wanted - n) * (unicode ? 2 : 1);
   Block<BYTE> zeros = padding <= kMaxPadding ? Zeroed<BYTE>(padding) : nullptr;
@@ -268,7 +249,7 @@ HRESULT Stream::WriteFixedLength(const OLECHAR* text, ULONG n, LONG char_count, 
   if (FAILED(hr)) return hr;
   hr = PutBytes(stream_.get(), zeros.get(), static_cast<ULONG>(padding));
   if (FAILED(hr)) Undo(body_size);
-  return MapBodyWrite(hr);
+  return MapWriteResult(hr);
 }
 
 STDMETHODIMP Stream::ReadString(ssCharacterTypeEnum character_type, ssStringInStreamEnum string_type,
@@ -318,7 +299,7 @@ HRESULT Stream::ReadLengthFirst(UINT code_page, bool unicode, BSTR* result) {
     hr = stream_->Read(buffer.get(), static_cast<ULONG>(size), &got);
     if (FAILED(hr)) {
       Undo(4);
-      return MapRead(hr);
+      return MapReadFailure(hr);
     }
     BSTR text = SysAllocStringLen(reinterpret_cast<const OLECHAR*>(buffer.get()), static_cast<UINT>(count));
     if (!text) {
@@ -345,7 +326,7 @@ HRESULT Stream::ReadLengthFirst(UINT code_page, bool unicode, BSTR* result) {
   hr = stream_->Read(buffer.get(), static_cast<ULONG>(wanted), &got);
   if (FAILED(hr)) {
     Undo(4);
-    return MapRead(hr);
+    return MapReadFailure(hr);
   }
   const ULONG undo = 4 + static_cast<ULONG>(count);
   Block<OLECHAR> converted;
@@ -434,7 +415,7 @@ HRESULT Stream::ReadFixedLength(LONG char_count, UINT code_page, bool unicode, B
   if (!buffer) return Report(kMsgOutOfMemory, STG_E_INSUFFICIENTMEMORY);
   ULONG got = 0;
   hr = stream_->Read(buffer.get(), static_cast<ULONG>(wanted), &got);
-  if (FAILED(hr)) return MapRead(hr);
+  if (FAILED(hr)) return MapReadFailure(hr);
   BSTR text = SysAllocString(buffer.get());
   if (!text) {
     Undo(2 * static_cast<ULONG>(char_count));
