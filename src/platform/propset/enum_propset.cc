@@ -13,10 +13,42 @@ namespace {
 
 using PropertyEntries = std::vector<std::pair<STATPROPSTG, std::u16string>>;
 
-class PropertyEnum final : public com::ComObject<PropertyEnum, IEnumSTATPROPSTG> {
+// What both enumerators share: a snapshot shared with their clones and a
+// position in it.
+template <class Derived, class Interface, class Entry>
+class SnapshotEnum : public com::ComObject<Derived, Interface> {
  public:
-  PropertyEnum(std::shared_ptr<const PropertyEntries> entries, size_t position)
+  SnapshotEnum(std::shared_ptr<const std::vector<Entry>> entries, size_t position)
       : entries_(std::move(entries)), position_(position) {}
+
+  STDMETHODIMP Skip(ULONG celt) override {
+    const size_t left = entries_->size() - position_;
+    position_ += std::min<size_t>(celt, left);
+    return celt <= left ? S_OK : S_FALSE;
+  }
+  STDMETHODIMP Reset() override {
+    position_ = 0;
+    return S_OK;
+  }
+  STDMETHODIMP Clone(Interface** ppenum) override {
+    if (!ppenum) return STG_E_INVALIDPOINTER;
+    ComPtr<Derived> copy = com::MakeObject<Derived>(entries_, position_);
+    if (!copy) return E_OUTOFMEMORY;
+    *ppenum = copy.detach();
+    return S_OK;
+  }
+
+ protected:
+  ~SnapshotEnum() = default;
+
+  std::shared_ptr<const std::vector<Entry>> entries_;
+  size_t position_;
+};
+
+class PropertyEnum final
+    : public SnapshotEnum<PropertyEnum, IEnumSTATPROPSTG, PropertyEntries::value_type> {
+ public:
+  using SnapshotEnum::SnapshotEnum;
 
   STDMETHODIMP Next(ULONG celt, STATPROPSTG* rgelt, ULONG* pceltFetched) override {
     return com::GuardedCall([&]() -> HRESULT {
@@ -41,32 +73,11 @@ class PropertyEnum final : public com::ComObject<PropertyEnum, IEnumSTATPROPSTG>
       return done == celt ? S_OK : S_FALSE;
     });
   }
-  STDMETHODIMP Skip(ULONG celt) override {
-    const size_t left = entries_->size() - position_;
-    position_ += std::min<size_t>(celt, left);
-    return celt <= left ? S_OK : S_FALSE;
-  }
-  STDMETHODIMP Reset() override {
-    position_ = 0;
-    return S_OK;
-  }
-  STDMETHODIMP Clone(IEnumSTATPROPSTG** ppenum) override {
-    if (!ppenum) return STG_E_INVALIDPOINTER;
-    ComPtr<PropertyEnum> copy = com::MakeObject<PropertyEnum>(entries_, position_);
-    if (!copy) return E_OUTOFMEMORY;
-    *ppenum = copy.detach();
-    return S_OK;
-  }
-
- private:
-  std::shared_ptr<const PropertyEntries> entries_;
-  size_t position_;
 };
 
-class SetEnum final : public com::ComObject<SetEnum, IEnumSTATPROPSETSTG> {
+class SetEnum final : public SnapshotEnum<SetEnum, IEnumSTATPROPSETSTG, STATPROPSETSTG> {
  public:
-  SetEnum(std::shared_ptr<const std::vector<STATPROPSETSTG>> entries, size_t position)
-      : entries_(std::move(entries)), position_(position) {}
+  using SnapshotEnum::SnapshotEnum;
 
   STDMETHODIMP Next(ULONG celt, STATPROPSETSTG* rgelt, ULONG* pceltFetched) override {
     if (!rgelt || (celt > 1 && !pceltFetched)) return STG_E_INVALIDPOINTER;
@@ -75,26 +86,6 @@ class SetEnum final : public com::ComObject<SetEnum, IEnumSTATPROPSETSTG> {
     if (pceltFetched) *pceltFetched = done;
     return done == celt ? S_OK : S_FALSE;
   }
-  STDMETHODIMP Skip(ULONG celt) override {
-    const size_t left = entries_->size() - position_;
-    position_ += std::min<size_t>(celt, left);
-    return celt <= left ? S_OK : S_FALSE;
-  }
-  STDMETHODIMP Reset() override {
-    position_ = 0;
-    return S_OK;
-  }
-  STDMETHODIMP Clone(IEnumSTATPROPSETSTG** ppenum) override {
-    if (!ppenum) return STG_E_INVALIDPOINTER;
-    ComPtr<SetEnum> copy = com::MakeObject<SetEnum>(entries_, position_);
-    if (!copy) return E_OUTOFMEMORY;
-    *ppenum = copy.detach();
-    return S_OK;
-  }
-
- private:
-  std::shared_ptr<const std::vector<STATPROPSETSTG>> entries_;
-  size_t position_;
 };
 
 }  // namespace
